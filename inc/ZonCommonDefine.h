@@ -1,0 +1,59 @@
+/*
+ * ZonCommonDefine.h - logging and assert macros shared by every source of zon-common.
+ *
+ * A source file defines LOG_TAG before including this header; the tag is fixed per file:
+ *
+ *   #define LOG_TAG "zonvista"
+ *   #include "ZonCommonDefine.h"
+ *   ...
+ *   WERROR("open database is failed.");        // error priority, "* Critical *" in red
+ *   WINFO("table created");                    // info priority, in green
+ *   WASSERT(timezone != nullptr);              // logs "WASSERT! timezone != nullptr", aborts
+ *
+ * Every line goes to dlog's main buffer as "<file base name>: <function>(<line>) > <message>".
+ * WASSERT stays active in every build type, NDEBUG or not.
+ */
+#ifndef ZON_COMMON_DEFINE_H
+#define ZON_COMMON_DEFINE_H
+
+#include <assert.h>
+#include <dlog.h>
+
+#ifndef LOG_TAG
+#define LOG_TAG "zonvista"
+#endif
+
+namespace zon_common_detail {
+// Compile-time base name of __FILE__, so log lines carry "ZonDBManager.cpp" and not a build path.
+constexpr const char* baseName(const char* path)
+{
+	const char* base = path;
+	for (const char* p = path; *p; ++p) {
+		if (*p == '/')
+			base = p + 1;
+	}
+	return base;
+}
+}
+
+#define ZON_LOG_FILE_ (zon_common_detail::baseName(__FILE__))
+
+#define ZON_LOG_(prio, fmt, ...) \
+	__dlog_print(LOG_ID_MAIN, prio, LOG_TAG, "%s: %s(%d) > " fmt, ZON_LOG_FILE_, __func__, __LINE__, ##__VA_ARGS__)
+
+#define WERROR(fmt, ...) ZON_LOG_(DLOG_ERROR, "\033[0;31m* Critical * " fmt "\033[0;m", ##__VA_ARGS__)
+#define WINFO(fmt, ...) ZON_LOG_(DLOG_INFO, "\033[0;32m" fmt "\033[0;m", ##__VA_ARGS__)
+#define WDEBUG(fmt, ...) ZON_LOG_(DLOG_DEBUG, fmt, ##__VA_ARGS__)
+#define WWARNING(fmt, ...) ZON_LOG_(DLOG_WARN, fmt, ##__VA_ARGS__)
+
+// __assert_fail is what assert() expands to; calling it directly keeps the check in NDEBUG builds
+// and keeps the familiar "Assertion `(expr)' failed." message.
+#define WASSERT(expr) \
+	do { \
+		if (!(expr)) { \
+			WERROR("WASSERT! %s", #expr); \
+			__assert_fail("(" #expr ")", __FILE__, __LINE__, __PRETTY_FUNCTION__); \
+		} \
+	} while (0)
+
+#endif /* ZON_COMMON_DEFINE_H */

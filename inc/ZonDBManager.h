@@ -1,0 +1,101 @@
+/*
+ * ZonDBManager.h - the user's city lists and their cached weather.
+ *
+ * One SQLite file, "zonvista.db" in the application's data directory, table "added_city2".
+ * Two independent lists live in it, told apart by `is_external` (false: the main list, true: the
+ * second list). A stored row carries the catalogue id and the English name of its city; reading
+ * a list turns each row back into the catalogue's full record (see ZonCityList.h).
+ *
+ * Every change made through insert() or update() (and the retail-mode reset) is announced to the
+ * other processes of the application through two preferences: "ZonDBStatus" becomes
+ * "ZON_DB_STATUS_CHANGE" and "ZonDBChanged" toggles between 0 and 1. remove() announces nothing;
+ * call setPreferenceAfterDbChange() after it if other processes must learn of a removal.
+ *
+ * Failures are never thrown and, but for getWeatherInfo(), never reported: they are logged and
+ * the table is left as it was.
+ *
+ * Ownership and threading: a process-wide singleton that lives until the process ends;
+ * finalize() closes the file without deleting the object. Main-loop thread only, no locking.
+ *
+ * Example:
+ *   ZonDBManager* db = ZonDBManager::getInstance();
+ *   db->initialize();
+ *   db->insert(299, "Tokyo", false);
+ *   for (const Cityinfo& city : db->getAllCityList(false))
+ *       printf("%d %s %s\n", city.dbId, city.cityname_eng, city.timezone_path);
+ *   db->finalize();
+ */
+#ifndef ZON_DB_MANAGER_H
+#define ZON_DB_MANAGER_H
+
+#include <string>
+#include <vector>
+
+#include "ZonCityinfo.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+class ZonDBManager {
+public:
+	static ZonDBManager* getInstance();
+
+	// Opens (creating or migrating) the database and applies the once-per-boot retail reset.
+	void initialize();
+	// Closes the database; the object stays usable and initialize() may be called again.
+	void finalize();
+
+	void insert(int cityId, const char* englishName, bool isExternal);
+	void insert(int cityId, std::string englishName, bool isExternal);
+	// The last two flags are accepted for compatibility and not used.
+	void remove(int cityId, const char* englishName, bool isExternal, bool, bool);
+	void remove(int cityId, std::string englishName);
+	// Replaces a city by another in place (the row keeps its position) and clears its weather.
+	void update(int cityId, int newCityId, const char* newEnglishName, bool isExternal);
+	void update(int cityId, int newCityId, std::string newEnglishName);
+
+	// The list in the order cities were added. The reference is to an internal buffer that the
+	// next getAllCityList() or isExist() call refills.
+	const std::vector<Cityinfo>& getAllCityList(bool isExternal);
+
+	// Whether the catalogue city with the same cityname_string and timezone is in the list.
+	bool isExist(const Cityinfo* city, bool isExternal);
+	bool isExist(const char* cityString, const char* countryString, const char* timezone,
+		const char* timezonePath, bool isExternal);
+
+	// The weather cache. getWeatherInfo() returns false only when the database is closed, and
+	// then leaves the out-values untouched; a city with no row reads as all zeros.
+	bool getWeatherInfo(int cityId, int& weatherType, int& temperature, bool& isCentigrade,
+		int& lastUpdateTime, bool isExternal);
+	// Updates the city's rows in both lists: weather is shared by the lists.
+	void updateWeatherInfo(int cityId, int weatherType, int temperature, bool isCentigrade,
+		int lastUpdateTime);
+
+	// On a retail (demonstration) device, empties the table and inserts the predefined cities.
+	void setLDUMode();
+	// Announces a change to the other processes.
+	void setPreferenceAfterDbChange();
+
+	virtual ~ZonDBManager();
+
+private:
+	ZonDBManager();
+	ZonDBManager(const ZonDBManager&);
+
+	void _addColumn(const char* column, const char* type);
+	void _addColumn(const char* column, const char* type, int defaultValue);
+	bool _isIFABinary();
+	bool _isLDUBinary();
+	void _notifyDBChanged();
+	void _insertPredefinedCities();
+	bool _extractDataFromStms(sqlite3_stmt* stmt, Cityinfo& city);
+	// Prepares, steps once when the prepare succeeded, finalizes; false when the prepare failed.
+	bool _runStatement(const char* query);
+
+	std::vector<Cityinfo> _citylist;
+	sqlite3* _dbHandler;
+
+	static ZonDBManager* _instance;
+};
+
+#endif /* ZON_DB_MANAGER_H */

@@ -1,0 +1,233 @@
+/*
+ * dlog.cpp - the platform log, written the way the device's log reader prints it, plus the
+ * in-memory capture that tests read through zon_host.h.
+ */
+#include "host_internal.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "dlog.h"
+
+namespace zonhost {
+namespace {
+
+struct Captured {
+	int priority;
+	std::string tag;
+	std::string message;
+};
+
+// A deque, so that the strings handed out by zon_host_log_line() stay where they are while
+// more lines arrive.
+std::deque<Captured> g_captured;
+bool g_capturing = false;
+
+// The log reader stamps lines in the desktop's zone; the application's own TZ games must not
+// shift them, so the zone is fixed when the library loads.
+GTimeZone *readerZone()
+{
+	static GTimeZone *zone = [] {
+		const char *tz = getenv("TZ");
+		GTimeZone *z = g_time_zone_new_identifier(tz && *tz ? tz : nullptr);
+		return z ? z : g_time_zone_new_utc();
+	}();
+	return zone;
+}
+// Force the zone to be read at load time, not at the first log line.
+[[maybe_unused]] GTimeZone *const g_readerZoneAtLoad = readerZone();
+
+char priorityLetter(int prio)
+{
+	static const char letters[] = "??VDIWEFS";
+	return prio >= 0 && prio < (int)sizeof(letters) - 1 ? letters[prio] : '?';
+}
+
+std::string linePrefix(int prio, const char *tag)
+{
+	GDateTime *now = g_date_time_new_now(readerZone());
+	gchar *stamp = g_date_time_format(now, "%m-%d %H:%M:%S");
+	gchar *zone = g_date_time_format(now, "%z");
+	gchar *prefix = g_strdup_printf("%s.%03d%s %c/%-8s(%5d): ", stamp, g_date_time_get_microsecond(now) / 1000,
+			zone, priorityLetter(prio), tag, (int)getpid());
+	std::string result = prefix;
+	g_free(prefix);
+	g_free(zone);
+	g_free(stamp);
+	g_date_time_unref(now);
+	return result;
+}
+
+void writeAll(int fd, const std::string &text)
+{
+	const char *p = text.data();
+	size_t left = text.size();
+	while (left > 0) {
+		ssize_t n = write(fd, p, left);
+		if (n < 0) {
+			if (errno == EINTR)
+				continue;
+			return;
+		}
+		p += n;
+		left -= (size_t)n;
+	}
+}
+
+void emit(int prio, const char *tag, const std::string &message)
+{
+	if (g_capturing)
+		g_captured.push_back(Captured{prio, tag, message});
+
+	const char *logFile = getenv("ZON_HOST_LOG");
+	bool toFile = logFile && *logFile;
+	if (!toFile && prio < DLOG_ERROR)
+		return;
+
+	// One line per line of the message, as the reader shows a multi-line entry; written with a
+	// single write() so that lines of several processes appending to one file don't interleave.
+	std::string prefix = linePrefix(prio, tag);
+	std::string text;
+	size_t start = 0;
+	do {
+		size_t end = message.find('\n', start);
+		if (end == std::string::npos)
+			end = message.size();
+		text += prefix;
+		text.append(message, start, end - start);
+		text += '\n';
+		start = end + 1;
+	} while (start < message.size());
+
+	if (toFile) {
+		int fd = open(logFile, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+		if (fd < 0)
+			return;
+		writeAll(fd, text);
+		close(fd);
+	} else {
+		writeAll(STDERR_FILENO, text);
+	}
+}
+
+int vprint(int prio, const char *tag, const char *fmt, va_list ap)
+{
+	if (!fmt || prio < DLOG_VERBOSE || prio > DLOG_SILENT)
+		return DLOG_ERROR_INVALID_PARAMETER;
+	gchar *message = g_strdup_vprintf(fmt, ap);
+	int length = (int)strlen(message);
+	if (prio != DLOG_SILENT)
+		emit(prio, tag ? tag : "", message);
+	g_free(message);
+	return length;
+}
+
+} // namespace
+
+void logReset()
+{
+	g_captured.clear();
+	g_capturing = false;
+}
+
+void platformLog(int prio, const char *tag, const char *fmt, ...)
+{
+	va_list ap;
+	va_start(ap, fmt);
+	vprint(prio, tag, fmt, ap);
+	va_end(ap);
+}
+
+} // namespace zonhost
+
+using namespace zonhost;
+
+ZON_HOST_FAULT_POINTS("dlog_print", "dlog_vprint", "__dlog_print", "__dlog_vprint");
+
+ZON_HOST_API int dlog_print(log_priority prio, const char *tag, const char *fmt, ...)
+{
+	ZON_HOST_FAULT_RETURN_ERROR();
+	va_list ap;
+	va_start(ap, fmt);
+	int ret = vprint(prio, tag, fmt, ap);
+	va_end(ap);
+	return ret;
+}
+
+ZON_HOST_API int dlog_vprint(log_priority prio, const char *tag, const char *fmt, va_list ap)
+{
+	ZON_HOST_FAULT_RETURN_ERROR();
+	return vprint(prio, tag, fmt, ap);
+}
+
+ZON_HOST_API int __dlog_print(log_id_t log_id, int prio, const char *tag, const char *fmt, ...)
+{
+	ZON_HOST_FAULT_RETURN_ERROR();
+	if (log_id <= LOG_ID_INVALID || log_id >= LOG_ID_MAX)
+		return DLOG_ERROR_INVALID_PARAMETER;
+	va_list ap;
+	va_start(ap, fmt);
+	int ret = vprint(prio, tag, fmt, ap);
+	va_end(ap);
+	return ret;
+}
+
+ZON_HOST_API int __dlog_vprint(log_id_t log_id, int prio, const char *tag, const char *fmt, va_list ap)
+{
+	ZON_HOST_FAULT_RETURN_ERROR();
+	if (log_id <= LOG_ID_INVALID || log_id >= LOG_ID_MAX)
+		return DLOG_ERROR_INVALID_PARAMETER;
+	return vprint(prio, tag, fmt, ap);
+}
+
+ZON_HOST_API void zon_host_log_capture(bool on)
+{
+	if (on)
+		g_captured.clear();
+	g_capturing = on;
+}
+
+ZON_HOST_API size_t zon_host_log_count(void)
+{
+	return g_captured.size();
+}
+
+ZON_HOST_API const char *zon_host_log_line(size_t i, int *priority, const char **tag)
+{
+	if (i >= g_captured.size())
+		return nullptr;
+	const Captured &line = g_captured[i];
+	if (priority)
+		*priority = line.priority;
+	if (tag)
+		*tag = line.tag.c_str();
+	return line.message.c_str();
+}
+
+ZON_HOST_API size_t zon_host_log_count_matching(const char *needle)
+{
+	if (!needle)
+		return 0;
+	size_t count = 0;
+	for (const Captured &line : g_captured) {
+		if (line.message.find(needle) != std::string::npos)
+			++count;
+	}
+	return count;
+}
+
+ZON_HOST_API bool zon_host_log_contains(const char *needle)
+{
+	return zon_host_log_count_matching(needle) > 0;
+}
+
+ZON_HOST_API void zon_host_log_clear(void)
+{
+	g_captured.clear();
+}

@@ -1,0 +1,352 @@
+/*
+ * host.cpp - the simulated device itself: its root directory, the running application's id,
+ * device paths, features, resetting and pumping, and fault injection.
+ */
+#include "host_internal.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <set>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <glib/gstdio.h>
+
+#include "dlog.h"
+#include "zon_platform.h"
+
+namespace zonhost {
+namespace {
+
+std::string g_root;
+bool g_rootReady = false;
+std::string g_appId = ZON_HOST_DEFAULT_APP_ID;
+
+// Captured while the library loads, before the application can play with TZ (the time
+// utilities set and unset it around every conversion).
+const std::string g_tzAtLoad = [] {
+	const char *tz = getenv("TZ");
+	return std::string(tz ? tz : "");
+}();
+
+const char kZoneInfo[] = "/usr/share/zoneinfo/";
+
+bool isZoneName(const std::string &zone)
+{
+	if (zone.empty() || zone[0] == '/' || zone.find("..") != std::string::npos)
+		return false;
+	struct stat st;
+	return stat((kZoneInfo + zone).c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+std::string resolveRoot()
+{
+	std::string path;
+	const char *env = getenv("ZON_HOST_ROOT");
+	if (env && *env) {
+		path = env;
+	} else {
+		const char *xdg = getenv("XDG_DATA_HOME");
+		// XDG base directories are absolute by definition; a relative value is ignored.
+		if (xdg && xdg[0] == '/') {
+			path = std::string(xdg) + "/zon-host";
+		} else {
+			const char *home = getenv("HOME");
+			if (!home || !*home)
+				home = g_get_home_dir();
+			path = std::string(home) + "/.local/share/zon-host";
+		}
+	}
+	gchar *canonical = g_canonicalize_filename(path.c_str(), nullptr);
+	std::string result = canonical;
+	g_free(canonical);
+	return result;
+}
+
+// A new device comes with its local-time link. Seeded only when the device never had /opt/etc,
+// so that a test that removes the link keeps a device without one.
+void seedDevice(const std::string &root)
+{
+	std::string etc = root + "/fs/opt/etc";
+	if (g_file_test(etc.c_str(), G_FILE_TEST_IS_DIR))
+		return;
+	if (!ensureDir(etc))
+		return;
+	std::string target = kZoneInfo + desktopTimeZone();
+	if (symlink(target.c_str(), (etc + "/localtime").c_str()) != 0 && errno != EEXIST)
+		platformLog(DLOG_ERROR, "ZON_HOST", "cannot create %s/localtime: %s", etc.c_str(), g_strerror(errno));
+}
+
+bool validAppId(const char *id)
+{
+	return id && *id && !strchr(id, '/') && strcmp(id, ".") != 0 && strcmp(id, "..") != 0;
+}
+
+KeyStore *openFeatures()
+{
+	return new KeyStore(root() + "/system_info.ini",
+			" Features and properties of the simulated device (system_info).\n"
+			" Written by zon_host_set_feature_*(); one group per value type.");
+}
+
+int setFeature(const char *key, const Value &value)
+{
+	if (!key || !*key)
+		return -1;
+	std::unique_ptr<KeyStore> store(openFeatures());
+	if (!store->load())
+		return -1;
+	store->set(key, value);
+	return store->save() ? 0 : -1;
+}
+
+// ---- fault injection ----
+
+struct Fault {
+	int remaining;
+	int error;
+};
+std::map<std::string, Fault> g_faults;
+
+std::set<std::string> &faultPoints()
+{
+	static std::set<std::string> names;
+	return names;
+}
+
+} // namespace
+
+// "Europe/Berlin" out of "/usr/share/zoneinfo/Europe/Berlin" or a relative "../zoneinfo/...".
+std::string zoneFromPath(const std::string &path)
+{
+	auto at = path.rfind("zoneinfo/");
+	if (at == std::string::npos)
+		return std::string();
+	std::string zone = path.substr(at + strlen("zoneinfo/"));
+	for (const char *sub : {"posix/", "right/"}) {
+		if (zone.compare(0, strlen(sub), sub) == 0)
+			zone.erase(0, strlen(sub));
+	}
+	return zone;
+}
+
+bool declareFaultPoints(std::initializer_list<const char *> names)
+{
+	for (const char *name : names)
+		faultPoints().insert(name);
+	return true;
+}
+
+bool ensureDir(const std::string &path)
+{
+	if (g_mkdir_with_parents(path.c_str(), 0755) == 0)
+		return true;
+	platformLog(DLOG_ERROR, "ZON_HOST", "cannot create directory %s: %s", path.c_str(), g_strerror(errno));
+	return false;
+}
+
+const std::string &root()
+{
+	if (!g_rootReady) {
+		g_root = resolveRoot();
+		g_rootReady = true;
+		if (ensureDir(g_root))
+			seedDevice(g_root);
+	}
+	return g_root;
+}
+
+std::string appDir(const char *sub, bool create)
+{
+	std::string dir = root() + "/apps/" + g_appId + "/" + sub;
+	if (create && !ensureDir(dir))
+		return std::string();
+	return dir;
+}
+
+std::string desktopTimeZone()
+{
+	if (!g_tzAtLoad.empty()) {
+		std::string tz = g_tzAtLoad[0] == ':' ? g_tzAtLoad.substr(1) : g_tzAtLoad;
+		std::string zone = tz[0] == '/' ? zoneFromPath(tz) : tz;
+		if (isZoneName(zone))
+			return zone;
+	}
+	if (gchar *target = g_file_read_link("/etc/localtime", nullptr)) {
+		std::string zone = zoneFromPath(target);
+		g_free(target);
+		if (isZoneName(zone))
+			return zone;
+	}
+	gchar *contents = nullptr;
+	if (g_file_get_contents("/etc/timezone", &contents, nullptr, nullptr)) {
+		std::string zone = g_strstrip(contents);
+		g_free(contents);
+		if (isZoneName(zone))
+			return zone;
+	}
+	return "UTC";
+}
+
+void faultReset()
+{
+	g_faults.clear();
+}
+
+} // namespace zonhost
+
+using namespace zonhost;
+
+ZON_HOST_FAULT_POINTS("zon_platform_path");
+
+ZON_HOST_API int zon_host_reset(void)
+{
+	cancelAllDeliveries();
+	int live = preferenceReset() + vconfReset();
+	faultReset();
+	logReset();
+	g_appId = ZON_HOST_DEFAULT_APP_ID;
+	g_rootReady = false;
+	g_root.clear();
+	return live;
+}
+
+ZON_HOST_API const char *zon_host_root(void)
+{
+	return root().c_str();
+}
+
+ZON_HOST_API void zon_host_set_app_id(const char *app_id)
+{
+	if (!app_id) {
+		g_appId = ZON_HOST_DEFAULT_APP_ID;
+		return;
+	}
+	if (!validAppId(app_id)) {
+		platformLog(DLOG_ERROR, "ZON_HOST", "invalid application id \"%s\" ignored", app_id);
+		return;
+	}
+	g_appId = app_id;
+}
+
+ZON_HOST_API const char *zon_host_app_id(void)
+{
+	return g_appId.c_str();
+}
+
+ZON_HOST_API int zon_host_pump(int max_dispatches)
+{
+	int dispatched = 0;
+	for (int i = 0; i < max_dispatches; ++i) {
+		if (!g_main_context_iteration(nullptr, FALSE))
+			break;
+		++dispatched;
+	}
+	return dispatched;
+}
+
+ZON_HOST_API int zon_host_set_feature_bool(const char *key, bool value)
+{
+	return setFeature(key, Value::ofBool(value));
+}
+
+ZON_HOST_API int zon_host_set_feature_int(const char *key, int value)
+{
+	return setFeature(key, Value::ofInt(value));
+}
+
+ZON_HOST_API int zon_host_set_feature_double(const char *key, double value)
+{
+	return setFeature(key, Value::ofDouble(value));
+}
+
+ZON_HOST_API int zon_host_set_feature_string(const char *key, const char *value)
+{
+	if (!value)
+		return -1;
+	return setFeature(key, Value::ofString(value));
+}
+
+ZON_HOST_API int zon_host_unset_feature(const char *key)
+{
+	if (!key || !*key)
+		return -1;
+	std::unique_ptr<KeyStore> store(openFeatures());
+	if (!store->load())
+		return -1;
+	if (!store->remove(key))
+		return 0;
+	return store->save() ? 0 : -1;
+}
+
+ZON_HOST_API int zon_host_fault_inject(const char *function, int nth, int error)
+{
+	if (!function || nth < 0 || !faultPoints().count(function))
+		return -1;
+	if (nth == 0)
+		g_faults.erase(function);
+	else
+		g_faults[function] = Fault{nth, error};
+	return 0;
+}
+
+ZON_HOST_API bool zon_host_fault_check(const char *function, int *error)
+{
+	if (!function)
+		return false;
+	if (!faultPoints().count(function)) {
+		// Declared now, so the complaint comes once: the point works, only inject() missed it.
+		faultPoints().insert(function);
+		platformLog(DLOG_ERROR, "ZON_HOST", "fault point %s is not declared with ZON_HOST_FAULT_POINTS", function);
+	}
+	if (g_faults.empty())
+		return false;
+	auto it = g_faults.find(function);
+	if (it == g_faults.end())
+		return false;
+	if (--it->second.remaining > 0)
+		return false;
+	if (error)
+		*error = it->second.error;
+	g_faults.erase(it);
+	return true;
+}
+
+ZON_HOST_API char *zon_platform_path(const char *devicePath)
+{
+	ZON_HOST_FAULT_RETURN(nullptr);
+	if (!devicePath || devicePath[0] != '/')
+		return nullptr;
+
+	// Resolved lexically and clamped at the device's "/", as a chroot would: "/../x" is "/x".
+	std::vector<std::string> parts;
+	gchar **pieces = g_strsplit(devicePath, "/", -1);
+	for (gchar **p = pieces; *p; ++p) {
+		if (!**p || strcmp(*p, ".") == 0)
+			continue;
+		if (strcmp(*p, "..") == 0) {
+			if (!parts.empty())
+				parts.pop_back();
+			continue;
+		}
+		parts.emplace_back(*p);
+	}
+	g_strfreev(pieces);
+
+	std::string parent = root() + "/fs";
+	for (size_t i = 0; i + 1 < parts.size(); ++i)
+		parent += "/" + parts[i];
+	ensureDir(parent);
+
+	std::string path = parent;
+	if (!parts.empty())
+		path += "/" + parts.back();
+	size_t len = strlen(devicePath);
+	if (devicePath[len - 1] == '/')
+		path += '/';
+	return strdup(path.c_str());
+}

@@ -1,0 +1,138 @@
+/*
+ * host_internal.h - what the host port's sources share. Not installed.
+ */
+#ifndef ZON_HOST_INTERNAL_H
+#define ZON_HOST_INTERNAL_H
+
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include <glib.h>
+
+#include "tizen_error.h"
+#include "zon-host/zon_host.h"
+
+// The library is built with hidden visibility; only the platform APIs and the control API are
+// exported, so the helpers below never clash with an application's own symbols.
+#define ZON_HOST_API extern "C" __attribute__((visibility("default")))
+
+// First statement of every platform function: an injected fault makes the call fail before it
+// has any effect. `__func__` keeps the name in step with the function it guards.
+#define ZON_HOST_FAULT_RETURN_ERROR() \
+	do { \
+		int zonHostError_ = 0; \
+		if (zon_host_fault_check(__func__, &zonHostError_)) \
+			return zonHostError_; \
+	} while (0)
+
+// For functions that answer a pointer or value instead of an error code: the injected error is
+// left in get_last_result(), as the platform does for such functions.
+#define ZON_HOST_FAULT_RETURN(failValue) \
+	do { \
+		int zonHostError_ = 0; \
+		if (zon_host_fault_check(__func__, &zonHostError_)) { \
+			set_last_result(zonHostError_); \
+			return failValue; \
+		} \
+	} while (0)
+
+// Declares the fault points of a source file, so that zon_host_fault_inject() knows them:
+//   ZON_HOST_FAULT_POINTS("preference_set_int", "preference_get_int");
+// A fault point that was not declared logs an error the first time it is reached.
+#define ZON_HOST_FAULT_POINTS(...) \
+	static const bool zonHostFaultPointsDeclared_ [[maybe_unused]] = zonhost::declareFaultPoints({__VA_ARGS__})
+
+namespace zonhost {
+
+bool declareFaultPoints(std::initializer_list<const char *> names);
+
+// ---- device root and application directories (host.cpp) ----
+
+// The device root, created on first use, without a trailing '/'.
+const std::string &root();
+// <root>/apps/<app id>/ followed by `sub` ("data/", "shared/res/", ...). Created when
+// `create`; empty string when that fails.
+std::string appDir(const char *sub, bool create);
+// mkdir -p with mode 0755; true when the directory exists afterwards.
+bool ensureDir(const std::string &path);
+// "Europe/Berlin" out of a zone file path such as "/usr/share/zoneinfo/Europe/Berlin"; empty
+// when the path is not below a zoneinfo directory.
+std::string zoneFromPath(const std::string &path);
+// The desktop's Olson zone id ("Europe/Berlin"), "UTC" when it can't be told.
+std::string desktopTimeZone();
+
+// ---- typed key files (keystore.cpp) ----
+
+enum class Type { None, Int, Double, Bool, String };
+
+struct Value {
+	Type type = Type::None;
+	long long i = 0;
+	double d = 0.0;
+	bool b = false;
+	std::string s;
+
+	static Value ofInt(long long v) { Value x; x.type = Type::Int; x.i = v; return x; }
+	static Value ofDouble(double v) { Value x; x.type = Type::Double; x.d = v; return x; }
+	static Value ofBool(bool v) { Value x; x.type = Type::Bool; x.b = v; return x; }
+	static Value ofString(const char *v) { Value x; x.type = Type::String; x.s = v; return x; }
+	bool operator==(const Value &o) const;
+	bool operator!=(const Value &o) const { return !(*this == o); }
+};
+
+// A GLib key file with one group per type ([int], [double], [bool], [string]), so that the
+// stores stay readable and editable by hand. Keys that are not valid key-file keys are
+// %-escaped on disk.
+class KeyStore {
+public:
+	enum class Lookup { Absent, Found, Corrupt };
+
+	explicit KeyStore(std::string path, std::string headerComment = std::string());
+	~KeyStore();
+	KeyStore(const KeyStore &) = delete;
+	KeyStore &operator=(const KeyStore &) = delete;
+
+	// A missing file is an empty store; false on a read or parse error.
+	bool load();
+	// Atomic replace; creates the parent directory. False on failure.
+	bool save();
+	Lookup lookup(const char *key, Value *out) const;
+	void set(const char *key, const Value &value);
+	bool remove(const char *key);
+	std::vector<std::string> keys() const;
+	const std::string &path() const { return path_; }
+
+private:
+	std::string path_;
+	std::string header_;
+	GKeyFile *file_;
+};
+
+// ---- main-loop deliveries (delivery.cpp) ----
+
+using Serial = std::uint64_t;
+Serial newSerial();
+// Queues `fn` on GLib's default main context, on behalf of the registration `owner`.
+void deliverLater(Serial owner, std::function<void()> fn);
+// Drops the deliveries of `owner` not yet dispatched (one being dispatched runs to its end).
+void cancelDeliveries(Serial owner);
+void cancelAllDeliveries();
+
+// ---- per-module reset hooks, called by zon_host_reset(); each returns the number of live
+// callback registrations it dropped ----
+
+int preferenceReset();
+int vconfReset();
+void logReset();
+void faultReset();
+
+// ---- diagnostics of the platform implementation itself, logged as the device's platform
+// libraries do, under their own tag ----
+void platformLog(int prio, const char *tag, const char *fmt, ...) G_GNUC_PRINTF(3, 4);
+
+} // namespace zonhost
+
+#endif // ZON_HOST_INTERNAL_H

@@ -1,0 +1,493 @@
+#define LOG_TAG "zonvista"
+
+#include "ZonDBManager.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <sqlite3.h>
+
+#include <app_common.h>
+#include <app_preference.h>
+#include <system_info.h>
+#include <vconf.h>
+#include <zon_platform.h>
+
+#include "ZonCityList.h"
+#include "ZonCommonDefine.h"
+
+#define ZON_DB_FILE_NAME "zonvista.db"
+#define ZON_DB_TABLE_NAME "added_city2"
+#define ZON_DB_PATH_SIZE 4096
+
+#define ZON_DB_CHANGED_KEY "ZonDBChanged"
+#define ZON_DB_STATUS_KEY "ZonDBStatus"
+#define ZON_DB_STATUS_NONE "ZON_DB_STATUS_NONE"
+#define ZON_DB_STATUS_CHANGE "ZON_DB_STATUS_CHANGE"
+
+#define ZON_LDU_MARKER_FILE "/tmp/.zonvista_ldu"
+#define ZON_RETAIL_MODE_KEY "db/retailmode/enabled"
+// The showcase (trade-fair) build is marked by a custom feature of the device maker. Any custom
+// key works here; this one is what the host port and our tests configure.
+#define ZON_SHOWCASE_FEATURE_KEY "http://korvath.com/feature/showcase_binary"
+
+// Names longer than this are cut when a row is read back, so they can never match the catalogue.
+#define ZON_DB_NAME_READ_MAX 64
+
+namespace {
+
+struct PredefinedCity {
+	int cityId;
+	const char* englishName;
+};
+
+const PredefinedCity predefinedCities[] = {
+	{35, "Beijing"},
+	{261, "San Francisco"},
+	{39, "Berlin"},
+};
+
+// Steps a statement that has a result, giving a busy database a few more chances. Any other
+// failure ends the read: after an error SQLite would restart the statement on the next step and
+// hand out the same rows again.
+int stepRow(sqlite3_stmt* stmt)
+{
+	int busyTries = 0;
+	int rc;
+	while ((rc = sqlite3_step(stmt)) == SQLITE_BUSY || rc == SQLITE_LOCKED) {
+		if (++busyTries >= 50)
+			break;
+	}
+	return rc;
+}
+
+}
+
+ZonDBManager* ZonDBManager::_instance = nullptr;
+
+ZonDBManager* ZonDBManager::getInstance()
+{
+	if (!_instance)
+		_instance = new ZonDBManager();
+	return _instance;
+}
+
+ZonDBManager::ZonDBManager()
+	: _dbHandler(nullptr)
+{
+	bool existing = false;
+	preference_is_existing(ZON_DB_CHANGED_KEY, &existing);
+	if (!existing) {
+		int ret = preference_set_int(ZON_DB_CHANGED_KEY, 0);
+		if (ret != PREFERENCE_ERROR_NONE)
+			WERROR("preference_set_int failed(%d)", ret);
+	}
+
+	existing = false;
+	preference_is_existing(ZON_DB_STATUS_KEY, &existing);
+	if (!existing) {
+		int ret = preference_set_string(ZON_DB_STATUS_KEY, ZON_DB_STATUS_NONE);
+		if (ret != PREFERENCE_ERROR_NONE)
+			WERROR("preference_set_string failed(%d)", ret);
+	}
+}
+
+ZonDBManager::ZonDBManager(const ZonDBManager&)
+	: _dbHandler(nullptr)
+{
+}
+
+ZonDBManager::~ZonDBManager()
+{
+	finalize();
+	_citylist.clear();
+	_citylist.shrink_to_fit();
+}
+
+bool ZonDBManager::_runStatement(const char* query)
+{
+	// Without a connection there is nothing to prepare; SQLite itself would not survive a null
+	// handle, so this counts as a failed prepare and the caller logs it as such.
+	if (!_dbHandler || !query)
+		return false;
+
+	sqlite3_stmt* stmt = nullptr;
+	int ret = sqlite3_prepare_v2(_dbHandler, query, -1, &stmt, nullptr);
+	if (ret == SQLITE_OK)
+		sqlite3_step(stmt);
+	sqlite3_finalize(stmt);
+	return ret == SQLITE_OK;
+}
+
+void ZonDBManager::initialize()
+{
+	// Every user of the library calls initialize(), some while the file is already open; reopen
+	// rather than leak the earlier connection.
+	finalize();
+
+	char dbPath[ZON_DB_PATH_SIZE] = {0};
+	char* dataPath = app_get_data_path();
+	if (dataPath) {
+		snprintf(dbPath, sizeof(dbPath), "%s%s", dataPath, ZON_DB_FILE_NAME);
+		free(dataPath);
+		if (sqlite3_open(dbPath, &_dbHandler) != SQLITE_OK)
+			WERROR("open database is failed.");
+	} else {
+		// Opening a bare "zonvista.db" would put the list in whatever the working directory is.
+		WERROR("app_get_data_path is failed.");
+		WERROR("open database is failed.");
+	}
+
+	std::string cQuery = std::string("CREATE TABLE IF NOT EXISTS ") + ZON_DB_TABLE_NAME + "("
+		+ "id INTEGER PRIMARY KEY AUTOINCREMENT, "
+		+ "city_id INTEGER NOT NULL, "
+		+ "english_name TEXT NOT NULL, "
+		+ "weather_type INTEGER DEFAULT 0, "
+		+ "temparature INTEGER DEFAULT 0, "
+		+ "is_centigrade INTEGER DEFAULT 0, "
+		+ "last_update_time INTEGER DEFAULT 0, "
+		+ "is_external INTEGER DEFAULT 0 "
+		+ ");";
+	WINFO("cQuery[%s]", cQuery.c_str());
+	if (_runStatement(cQuery.c_str()))
+		WINFO("table created");
+	else
+		WERROR("sqlite3_exec is failed.");
+
+	// Files from the first release hold only id, city_id and english_name.
+	int columnCount = 0;
+	if (_dbHandler) {
+		std::string selectQuery = std::string("SELECT * FROM ") + ZON_DB_TABLE_NAME + ";";
+		sqlite3_stmt* stmt = nullptr;
+		if (sqlite3_prepare_v2(_dbHandler, selectQuery.c_str(), -1, &stmt, nullptr) == SQLITE_OK)
+			sqlite3_step(stmt);
+		columnCount = sqlite3_column_count(stmt);
+		sqlite3_finalize(stmt);
+	}
+	if (columnCount < 4) {
+		_addColumn("weather_type", "INTEGER", 0);
+		_addColumn("temparature", "INTEGER", 0);
+		_addColumn("is_centigrade", "INTEGER", 0);
+		_addColumn("last_update_time", "INTEGER", 0);
+		_addColumn("is_external", "INTEGER", 0);
+	}
+
+	if (_isIFABinary() || _isLDUBinary()) {
+		// The marker lives in a temporary directory: it survives until the next boot, so the
+		// demonstration list is reset once per boot and not on every start.
+		char* markerPath = zon_platform_path(ZON_LDU_MARKER_FILE);
+		FILE* file = markerPath ? fopen(markerPath, "r") : nullptr;
+		if (file) {
+			WINFO(".zonvista_ldu file is exist!");
+		} else {
+			WINFO(".zonvista_ldu file is not exist!");
+			file = markerPath ? fopen(markerPath, "w") : nullptr;
+			if (file) {
+				WINFO(".zonvista_ldu file is written.");
+				fprintf(file, "%s\n", ZON_LDU_MARKER_FILE);
+				fflush(file);
+				std::string deleteQuery = std::string("DELETE FROM ") + ZON_DB_TABLE_NAME;
+				_runStatement(deleteQuery.c_str());
+				_insertPredefinedCities();
+			} else {
+				WERROR(".zonvista_ldu file writing is failed.");
+			}
+		}
+		if (file)
+			fclose(file);
+		free(markerPath);
+	}
+}
+
+void ZonDBManager::finalize()
+{
+	if (_dbHandler) {
+		sqlite3_close(_dbHandler);
+		_dbHandler = nullptr;
+	}
+}
+
+void ZonDBManager::_addColumn(const char* column, const char* type)
+{
+	std::string query = std::string("ALTER TABLE ") + ZON_DB_TABLE_NAME + " ADD COLUMN " + column + " " + type;
+	if (!_runStatement(query.c_str()))
+		WERROR("column add failed.");
+}
+
+void ZonDBManager::_addColumn(const char* column, const char* type, int defaultValue)
+{
+	std::string query = std::string("ALTER TABLE ") + ZON_DB_TABLE_NAME + " ADD COLUMN " + column + " " + type
+		+ " DEFAULT " + std::to_string(defaultValue);
+	if (!_runStatement(query.c_str()))
+		WERROR("column add failed.");
+}
+
+bool ZonDBManager::_isIFABinary()
+{
+	bool value = false;
+	int ret = system_info_get_custom_bool(ZON_SHOWCASE_FEATURE_KEY, &value);
+	if (ret != SYSTEM_INFO_ERROR_NONE) {
+		WERROR("system_info_get_custom_bool is failed.");
+		return false;
+	}
+	if (value)
+		WINFO("this is IFA binary!");
+	else
+		WINFO("this is not IFA binary!");
+	return value;
+}
+
+bool ZonDBManager::_isLDUBinary()
+{
+	int value = 0;
+	int ret = vconf_get_int(ZON_RETAIL_MODE_KEY, &value);
+	if (ret != 0) {
+		WERROR("vconf_get_int is faled.(%d)", ret);
+		return false;
+	}
+	return value == 1;
+}
+
+void ZonDBManager::insert(int cityId, const char* englishName, bool isExternal)
+{
+	char* query = sqlite3_mprintf("INSERT INTO %s VALUES(null, %d, %Q, 0, 0, 0, 0, %d);",
+		ZON_DB_TABLE_NAME, cityId, englishName, isExternal ? 1 : 0);
+	WINFO("qery %s", query ? query : "");
+	if (!_runStatement(query))
+		WERROR("insert query is failed.");
+	sqlite3_free(query);
+	setPreferenceAfterDbChange();
+}
+
+void ZonDBManager::insert(int cityId, std::string englishName, bool isExternal)
+{
+	insert(cityId, englishName.c_str(), isExternal);
+}
+
+void ZonDBManager::remove(int cityId, const char* englishName, bool isExternal, bool, bool)
+{
+	char* query = sqlite3_mprintf("DELETE FROM %Q where city_id = %d and is_external = %d and english_name = %Q;",
+		ZON_DB_TABLE_NAME, cityId, isExternal ? 1 : 0, englishName);
+	WINFO("query %s", query ? query : "");
+	if (!_runStatement(query))
+		WERROR("remove query is failed.");
+	sqlite3_free(query);
+}
+
+void ZonDBManager::remove(int cityId, std::string englishName)
+{
+	remove(cityId, englishName.c_str(), false, true, true);
+}
+
+void ZonDBManager::update(int cityId, int newCityId, const char* newEnglishName, bool isExternal)
+{
+	if (!_dbHandler) {
+		WERROR("_dbHandler is nullptr!");
+		return;
+	}
+	char* query = sqlite3_mprintf("UPDATE %Q set city_id=%d, english_name=%Q, weather_type = 0, temparature = 0, "
+		"is_centigrade = 0, last_update_time = 0 where city_id=%d and is_external = %d;",
+		ZON_DB_TABLE_NAME, newCityId, newEnglishName, cityId, isExternal ? 1 : 0);
+	WINFO("query %s", query ? query : "");
+	if (!_runStatement(query))
+		WERROR("update query is failed.");
+	sqlite3_free(query);
+	setPreferenceAfterDbChange();
+}
+
+void ZonDBManager::update(int cityId, int newCityId, std::string newEnglishName)
+{
+	update(cityId, newCityId, newEnglishName.c_str(), false);
+}
+
+const std::vector<Cityinfo>& ZonDBManager::getAllCityList(bool isExternal)
+{
+	_citylist.clear();
+
+	std::string query = std::string("SELECT * FROM ") + ZON_DB_TABLE_NAME + " WHERE is_external = "
+		+ (isExternal ? "1" : "0") + ";";
+	sqlite3_stmt* stmt = nullptr;
+	if (_dbHandler && sqlite3_prepare_v2(_dbHandler, query.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
+		Cityinfo city;
+		int ret;
+		while ((ret = stepRow(stmt)) == SQLITE_ROW) {
+			if (_extractDataFromStms(stmt, city))
+				_citylist.push_back(city);
+		}
+		if (ret != SQLITE_DONE)
+			WERROR("reading the city list is failed.(%d)", ret);
+	} else {
+		WERROR("select query is failed.");
+	}
+	sqlite3_finalize(stmt);
+
+	for (const Cityinfo& entry : _citylist)
+		WINFO("rowID[%d] cityname[%s]", entry.dbId, entry.cityname_eng);
+
+	return _citylist;
+}
+
+bool ZonDBManager::_extractDataFromStms(sqlite3_stmt* stmt, Cityinfo& city)
+{
+	memset(&city, 0, sizeof(city));
+
+	int columnCount = sqlite3_column_count(stmt);
+	for (int i = 0; i < columnCount; ++i) {
+		const char* name = sqlite3_column_name(stmt, i);
+		if (!name)
+			continue;
+		if (!strcmp(name, "id")) {
+			city.dbId = sqlite3_column_int(stmt, i);
+		} else if (!strcmp(name, "city_id")) {
+			city.id = sqlite3_column_int(stmt, i);
+		} else if (!strcmp(name, "english_name")) {
+			const char* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, i));
+			if (text)
+				strncpy(city.cityname_eng, text, ZON_DB_NAME_READ_MAX);
+		}
+	}
+
+	for (int i = 0; i < ZON_CITY_COUNT; ++i) {
+		if (allCityList[i].id == city.id && !strcmp(allCityList[i].cityname_eng, city.cityname_eng)) {
+			allCityList[i].dbId = city.dbId;
+			city = allCityList[i];
+			return true;
+		}
+	}
+	return false;
+}
+
+bool ZonDBManager::isExist(const Cityinfo* city, bool isExternal)
+{
+	if (!city) {
+		WERROR("invalid argument!");
+		return false;
+	}
+
+	int cityId = 0;
+	for (int i = 0; i < ZON_CITY_COUNT; ++i) {
+		if (!strncmp(allCityList[i].cityname_string, city->cityname_string, CITYINFO_TEXT_SIZE)
+			&& !strncmp(allCityList[i].timezone, city->timezone, CITYINFO_TEXT_SIZE)) {
+			cityId = allCityList[i].id;
+			break;
+		}
+	}
+	// A record that matches no catalogue row has no id to look for.
+	if (cityId == 0)
+		return false;
+
+	const std::vector<Cityinfo>& list = getInstance()->getAllCityList(isExternal);
+	for (const Cityinfo& entry : list) {
+		if (entry.id == cityId)
+			return true;
+	}
+	return false;
+}
+
+bool ZonDBManager::isExist(const char* cityString, const char* countryString, const char* timezone,
+	const char* timezonePath, bool isExternal)
+{
+	Cityinfo city;
+	memset(&city, 0, sizeof(city));
+	auto copyCut = [](char* field, const char* text) {
+		if (text)
+			strncpy(field, text, CITYINFO_TEXT_SIZE - 1);
+	};
+	copyCut(city.cityname_string, cityString);
+	copyCut(city.country_string, countryString);
+	copyCut(city.timezone, timezone);
+	copyCut(city.timezone_path, timezonePath);
+	return isExist(&city, isExternal);
+}
+
+bool ZonDBManager::getWeatherInfo(int cityId, int& weatherType, int& temperature, bool& isCentigrade,
+	int& lastUpdateTime, bool isExternal)
+{
+	if (!_dbHandler)
+		return false;
+
+	std::string query = std::string("SELECT * FROM ") + ZON_DB_TABLE_NAME + " WHERE city_id="
+		+ std::to_string(cityId) + " and is_external=" + (isExternal ? "1" : "0") + ";";
+	sqlite3_stmt* stmt = nullptr;
+	if (sqlite3_prepare_v2(_dbHandler, query.c_str(), -1, &stmt, nullptr) == SQLITE_OK)
+		sqlite3_step(stmt);
+	else
+		WERROR("weather query is failed.");
+
+	// A statement that found no row still names its columns and reads as 0, so a city that was
+	// never stored comes back as "never updated".
+	int columnCount = sqlite3_column_count(stmt);
+	for (int i = 0; i < columnCount; ++i) {
+		const char* name = sqlite3_column_name(stmt, i);
+		if (!name)
+			continue;
+		if (!strcmp(name, "weather_type"))
+			weatherType = sqlite3_column_int(stmt, i);
+		else if (!strcmp(name, "temparature"))
+			temperature = sqlite3_column_int(stmt, i);
+		else if (!strcmp(name, "is_centigrade"))
+			isCentigrade = sqlite3_column_int(stmt, i) != 0;
+		else if (!strcmp(name, "last_update_time"))
+			lastUpdateTime = sqlite3_column_int(stmt, i);
+	}
+	sqlite3_finalize(stmt);
+	return true;
+}
+
+void ZonDBManager::updateWeatherInfo(int cityId, int weatherType, int temperature, bool isCentigrade,
+	int lastUpdateTime)
+{
+	if (!_dbHandler)
+		return;
+
+	// No is_external condition: a city's weather is the same in both lists.
+	char* query = sqlite3_mprintf("UPDATE %s SET weather_type=%d, temparature=%d, is_centigrade=%d, "
+		"last_update_time=%d where city_id=%d;",
+		ZON_DB_TABLE_NAME, weatherType, temperature, isCentigrade ? 1 : 0, lastUpdateTime, cityId);
+	if (!_runStatement(query))
+		WERROR("update query is failed.");
+	sqlite3_free(query);
+}
+
+void ZonDBManager::setLDUMode()
+{
+	if (!_isLDUBinary())
+		return;
+
+	std::string query = std::string("DELETE FROM ") + ZON_DB_TABLE_NAME;
+	if (!_runStatement(query.c_str()))
+		WERROR("LDU mode set failed.");
+	_insertPredefinedCities();
+}
+
+void ZonDBManager::setPreferenceAfterDbChange()
+{
+	int ret = preference_set_string(ZON_DB_STATUS_KEY, ZON_DB_STATUS_CHANGE);
+	if (ret != PREFERENCE_ERROR_NONE)
+		WERROR("preference_set_string failed.(%d)", ret);
+	_notifyDBChanged();
+}
+
+void ZonDBManager::_notifyDBChanged()
+{
+	// A toggle, so that every notification is a change of value and wakes every watcher.
+	int changed = 0;
+	if (preference_get_int(ZON_DB_CHANGED_KEY, &changed) != PREFERENCE_ERROR_NONE)
+		changed = 0;
+	int ret = preference_set_int(ZON_DB_CHANGED_KEY, changed ? 0 : 1);
+	if (ret != PREFERENCE_ERROR_NONE)
+		WERROR("preference_set_int failed.(%d)", ret);
+}
+
+void ZonDBManager::_insertPredefinedCities()
+{
+	for (const PredefinedCity& city : predefinedCities) {
+		char* query = sqlite3_mprintf("INSERT INTO %Q VALUES(null, %d, %Q, 0, 0, 0, 0, 0);",
+			ZON_DB_TABLE_NAME, city.cityId, city.englishName);
+		if (!_runStatement(query))
+			WERROR("insert query is failed.");
+		sqlite3_free(query);
+	}
+	_notifyDBChanged();
+}

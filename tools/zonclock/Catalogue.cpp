@@ -1,0 +1,162 @@
+#include "Catalogue.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+#include <glib.h>
+
+// The only file of zonclock that includes the catalogue: each includer gets its own copy.
+#include "ZonCityList.h"
+
+namespace zonclock {
+
+namespace {
+
+bool allDigits(const std::string& text)
+{
+	if (text.empty())
+		return false;
+	for (unsigned char c : text) {
+		if (!std::isdigit(c))
+			return false;
+	}
+	return true;
+}
+
+bool endsWith(const std::string& text, const char* suffix)
+{
+	std::string s(suffix);
+	return text.size() >= s.size() && text.compare(text.size() - s.size(), s.size(), s) == 0;
+}
+
+} // namespace
+
+int catalogueSize()
+{
+	return static_cast<int>(std::size(allCityList));
+}
+
+const Cityinfo* catalogueCity(int id)
+{
+	if (id < 1 || id > catalogueSize())
+		return nullptr;
+	// Rows are stored in id order, so the row of id n is at n - 1.
+	return &allCityList[id - 1];
+}
+
+std::string trim(const std::string& text)
+{
+	const char* blanks = " \t\r\n";
+	size_t first = text.find_first_not_of(blanks);
+	if (first == std::string::npos)
+		return std::string();
+	size_t last = text.find_last_not_of(blanks);
+	return text.substr(first, last - first + 1);
+}
+
+CityLookup lookupCity(const std::string& text)
+{
+	CityLookup result;
+	std::string wanted = trim(text);
+
+	if (allDigits(wanted)) {
+		// Long digit strings would overflow an int; anything past the catalogue is just a bad id.
+		int id = wanted.size() > 6 ? 0 : std::atoi(wanted.c_str());
+		result.city = catalogueCity(id);
+		result.status = result.city ? CityLookup::Found : CityLookup::BadId;
+		return result;
+	}
+
+	for (const Cityinfo& city : allCityList) {
+		if (g_ascii_strcasecmp(displayName(city).c_str(), wanted.c_str()) == 0)
+			result.candidates.push_back(&city);
+	}
+	if (result.candidates.size() == 1) {
+		result.status = CityLookup::Found;
+		result.city = result.candidates.front();
+		result.candidates.clear();
+	} else {
+		result.status = result.candidates.empty() ? CityLookup::UnknownName : CityLookup::Ambiguous;
+	}
+	return result;
+}
+
+std::vector<const Cityinfo*> searchCities(const std::string& prefix)
+{
+	// A trailing blank is kept: "new " asks for the word New alone. The catalogue's own trailing
+	// blanks ("Cairo ") then match as typed.
+	std::string wanted = prefix.substr(std::min(prefix.find_first_not_of(' '), prefix.size()));
+	std::vector<const Cityinfo*> found;
+	for (const Cityinfo& city : allCityList) {
+		if (g_ascii_strncasecmp(city.cityname_eng, wanted.c_str(), wanted.size()) == 0)
+			found.push_back(&city);
+	}
+	return found;
+}
+
+bool hasDisplayTwin(const Cityinfo& city)
+{
+	for (const Cityinfo& other : allCityList) {
+		if (other.id != city.id && strcmp(other.cityname_string, city.cityname_string) == 0
+			&& strcmp(other.timezone, city.timezone) == 0)
+			return true;
+	}
+	return false;
+}
+
+std::string displayName(const Cityinfo& city)
+{
+	return trim(city.cityname_eng);
+}
+
+std::string displayCountry(const Cityinfo& city)
+{
+	std::string key = city.country_name;
+	// Some rows carry the translation catalogue's suffix in the key itself.
+	for (const char* suffix : {"_M_COUNTRYNAME", "_M_COUNTRY"}) {
+		if (endsWith(key, suffix)) {
+			key.erase(key.size() - std::string(suffix).size());
+			break;
+		}
+	}
+
+	std::string out;
+	size_t start = 0;
+	bool firstWord = true;
+	while (start <= key.size()) {
+		size_t end = key.find('_', start);
+		if (end == std::string::npos)
+			end = key.size();
+		std::string word = key.substr(start, end - start);
+		start = end + 1;
+		if (word.empty())
+			continue;
+
+		std::string lower = word;
+		for (char& c : lower)
+			c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+		if (word == "USA") {
+			// An initialism: title case would turn it into a word.
+		} else if (!firstWord && (lower == "of" || lower == "and" || lower == "the")) {
+			word = lower;
+		} else {
+			word = lower;
+			word[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(word[0])));
+		}
+		if (!firstWord)
+			out += ' ';
+		out += word;
+		firstWord = false;
+	}
+	return out;
+}
+
+std::string describeCity(const Cityinfo& city)
+{
+	return displayName(city) + " (" + std::to_string(city.id) + ", " + displayCountry(city) + ")";
+}
+
+} // namespace zonclock

@@ -1,0 +1,234 @@
+/*
+ * The city commands: show the lists, change them, search the catalogue.
+ *
+ * The library never reports a failed statement to its caller, it only logs it. So after each
+ * change the list is read back, and a change that did not happen is reported as a failure
+ * instead of a success message.
+ */
+#include <string>
+#include <vector>
+
+#include "Catalogue.h"
+#include "Command.h"
+#include "Session.h"
+#include "Table.h"
+#include "ZonDBManager.h"
+
+namespace zonclock {
+
+namespace {
+
+const Option kSecondList = {"--second", nullptr,
+	"work on the second list (rows with is_external set) instead of the main list"};
+
+const char* const kCityHelp =
+	"A city is given by its catalogue id (1..331) or by its English name in any case, quoted\n"
+	"when it has blanks. Some names belong to several cities (\"St. John's\", \"Kingston\",\n"
+	"\"San Jose\"): give the id of the one you mean; 'zonclock search NAME' shows them.";
+
+const char* listName(bool second)
+{
+	return second ? "second list" : "main list";
+}
+
+// Resolves a CITY operand against the catalogue. On failure says why and sets the exit code.
+const Cityinfo* resolveCity(const std::string& operand, int& exitCode)
+{
+	CityLookup lookup = lookupCity(operand);
+	std::string text = trim(operand);
+	switch (lookup.status) {
+	case CityLookup::Found:
+		return lookup.city;
+	case CityLookup::BadId:
+		exitCode = usageError("no catalogue city has id %s (ids run 1..%d)", text.c_str(),
+			catalogueSize());
+		return nullptr;
+	case CityLookup::UnknownName:
+		exitCode = usageError("no catalogue city is named '%s' (see 'zonclock search PREFIX')",
+			text.c_str());
+		return nullptr;
+	case CityLookup::Ambiguous: {
+		std::string candidates;
+		for (const Cityinfo* city : lookup.candidates) {
+			if (!candidates.empty())
+				candidates += ", ";
+			candidates += std::to_string(city->id) + " (" + displayCountry(*city) + ")";
+		}
+		exitCode = usageError("'%s' names %zu cities: %s; give the id instead", text.c_str(),
+			lookup.candidates.size(), candidates.c_str());
+		return nullptr;
+	}
+	}
+	return nullptr;
+}
+
+// The row of the city added last, or nullptr. Catalogue ids identify a city in a list: a row
+// whose name no longer matches its id never makes it into the list the library returns.
+const Cityinfo* findLast(const std::vector<Cityinfo>& list, int cityId)
+{
+	for (auto it = list.rbegin(); it != list.rend(); ++it) {
+		if (it->id == cityId)
+			return &*it;
+	}
+	return nullptr;
+}
+
+// isExist() finds the catalogue row by name string and GMT text, so for a city with a twin in
+// those it answers for the twin; only the list itself tells the two apart.
+bool isListed(ZonDBManager* db, const Cityinfo& city, bool second)
+{
+	if (hasDisplayTwin(city))
+		return findLast(db->getAllCityList(second), city.id) != nullptr;
+	return db->isExist(&city, second);
+}
+
+int runList(const Invocation& invocation, Session& session)
+{
+	bool second = invocation.has("--second");
+	const std::vector<Cityinfo>& cities = session.db()->getAllCityList(second);
+	if (cities.empty()) {
+		printf("The %s is empty.\n", listName(second));
+		return kExitOk;
+	}
+
+	Table table({{"#", Table::Right}, {"Row", Table::Right}, {"Id", Table::Right}, {"City"},
+		{"Country"}, {"GMT"}, {"Zone"}});
+	int position = 0;
+	for (const Cityinfo& city : cities) {
+		table.addRow({std::to_string(++position), std::to_string(city.dbId), std::to_string(city.id),
+			displayName(city), displayCountry(city), city.timezone, city.timezone_path});
+	}
+	table.print(stdout);
+	return kExitOk;
+}
+
+int runAdd(const Invocation& invocation, Session& session)
+{
+	bool second = invocation.has("--second");
+	int exitCode = kExitOk;
+	const Cityinfo* city = resolveCity(invocation.operands[0], exitCode);
+	if (!city)
+		return exitCode;
+
+	ZonDBManager* db = session.db();
+	std::string name = describeCity(*city);
+	// insert() itself adds a second row for a city already listed.
+	if (isListed(db, *city, second))
+		return failure("%s is already in the %s", name.c_str(), listName(second));
+
+	db->insert(city->id, city->cityname_eng, second);
+	const Cityinfo* added = findLast(db->getAllCityList(second), city->id);
+	if (!added)
+		return failure("could not add %s to the %s (see %s)", name.c_str(), listName(second),
+			session.logPath().c_str());
+	printf("Added %s to the %s as row %d.\n", name.c_str(), listName(second), added->dbId);
+	return kExitOk;
+}
+
+int runRemove(const Invocation& invocation, Session& session)
+{
+	bool second = invocation.has("--second");
+	int exitCode = kExitOk;
+	const Cityinfo* city = resolveCity(invocation.operands[0], exitCode);
+	if (!city)
+		return exitCode;
+
+	ZonDBManager* db = session.db();
+	std::string name = describeCity(*city);
+	if (!findLast(db->getAllCityList(second), city->id))
+		return failure("%s is not in the %s", name.c_str(), listName(second));
+
+	db->remove(city->id, city->cityname_eng, second, true, true);
+	// remove() keeps quiet; the widget and the service must still learn of it.
+	db->setPreferenceAfterDbChange();
+	if (findLast(db->getAllCityList(second), city->id))
+		return failure("could not remove %s from the %s (see %s)", name.c_str(), listName(second),
+			session.logPath().c_str());
+	printf("Removed %s from the %s.\n", name.c_str(), listName(second));
+	return kExitOk;
+}
+
+int runReplace(const Invocation& invocation, Session& session)
+{
+	bool second = invocation.has("--second");
+	int exitCode = kExitOk;
+	const Cityinfo* oldCity = resolveCity(invocation.operands[0], exitCode);
+	if (!oldCity)
+		return exitCode;
+	const Cityinfo* newCity = resolveCity(invocation.operands[1], exitCode);
+	if (!newCity)
+		return exitCode;
+
+	ZonDBManager* db = session.db();
+	std::string oldName = describeCity(*oldCity);
+	std::string newName = describeCity(*newCity);
+	if (!findLast(db->getAllCityList(second), oldCity->id))
+		return failure("%s is not in the %s", oldName.c_str(), listName(second));
+	if (isListed(db, *newCity, second))
+		return failure("%s is already in the %s", newName.c_str(), listName(second));
+
+	db->update(oldCity->id, newCity->id, newCity->cityname_eng, second);
+	const std::vector<Cityinfo>& cities = db->getAllCityList(second);
+	if (findLast(cities, oldCity->id) || !findLast(cities, newCity->id))
+		return failure("could not replace %s in the %s (see %s)", oldName.c_str(), listName(second),
+			session.logPath().c_str());
+	printf("Replaced %s by %s in the %s.\n", oldName.c_str(), newName.c_str(), listName(second));
+	return kExitOk;
+}
+
+int runSearch(const Invocation& invocation, Session&)
+{
+	std::string prefix = invocation.operands.empty() ? std::string() : invocation.operands[0];
+	std::vector<const Cityinfo*> found = searchCities(prefix);
+	if (found.empty())
+		return failure("no catalogue city starts with '%s'", prefix.c_str());
+
+	Table table({{"Id", Table::Right}, {"City"}, {"Country"}, {"GMT"}, {"Zone"}});
+	for (const Cityinfo* city : found) {
+		table.addRow({std::to_string(city->id), displayName(*city), displayCountry(*city),
+			city->timezone, city->timezone_path});
+	}
+	table.print(stdout);
+	return kExitOk;
+}
+
+std::string withCityHelp(const char* text)
+{
+	return std::string(text) + "\n\n" + kCityHelp;
+}
+
+} // namespace
+
+void registerCityCommands(CommandSet& commands)
+{
+	// Command descriptions are plain C strings; these live as long as the program.
+	static const std::string addHelp = withCityHelp(
+		"Adds CITY at the end of the main list, or of the second list. A city is in a list at\n"
+		"most once.");
+	static const std::string removeHelp = withCityHelp(
+		"Removes CITY from the main list, or from the second list, and tells the widget and\n"
+		"the service that the list changed.");
+	static const std::string replaceHelp = withCityHelp(
+		"Puts the city NEW in the place of the city OLD, in the main list or in the second\n"
+		"list. The weather cached for OLD is dropped.");
+
+	commands.add({"list", "", 0, 0, {kSecondList},
+		"Show the main list, or the second list",
+		"Shows the cities of the main list, or of the second list, in the order they were added:\n"
+		"position, row id in the database, catalogue id, name, country, GMT offset and time zone.",
+		runList});
+	commands.add({"add", "CITY", 1, 1, {kSecondList},
+		"Add a city to a list", addHelp.c_str(), runAdd});
+	commands.add({"remove", "CITY", 1, 1, {kSecondList},
+		"Remove a city from a list", removeHelp.c_str(), runRemove});
+	commands.add({"replace", "OLD NEW", 2, 2, {kSecondList},
+		"Replace a city of a list by another in its place", replaceHelp.c_str(), runReplace});
+	commands.add({"search", "[PREFIX]", 0, 1, {},
+		"Find catalogue cities by the start of their English name",
+		"Lists the catalogue cities whose English name starts with PREFIX, in any case, with\n"
+		"the catalogue id that the other commands accept. Without PREFIX, lists all of them.\n"
+		"Exits with 1 when no city matches.",
+		runSearch});
+}
+
+} // namespace zonclock

@@ -1,0 +1,67 @@
+/*
+ * zonclock - a command-line world clock on zon-common, run on the host port.
+ *
+ * main() only assembles the command set, parses the command line and dispatches; each group of
+ * commands lives in its Commands*.cpp file.
+ */
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Command.h"
+#include "Session.h"
+
+using namespace zonclock;
+
+namespace {
+
+// The host keeps the root as given; an absolute one stays right if anything changes directory.
+std::string absolutePath(const std::string& path)
+{
+	if (path.empty() || path[0] == '/')
+		return path;
+	char cwd[4096];
+	if (!getcwd(cwd, sizeof cwd))
+		return path;
+	return std::string(cwd) + "/" + path;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+	CommandSet commands;
+	registerCityCommands(commands);
+	registerHelpCommand(commands);
+	commands.setDefault("list");
+
+	GlobalOptions global;
+	Invocation invocation;
+	int code = parseCommandLine(argc, argv, commands, global, invocation);
+	if (code != kExitOk)
+		return code;
+
+	if (global.help) {
+		if (invocation.command)
+			printCommandHelp(*invocation.command, stdout);
+		else
+			printProgramHelp(commands, stdout);
+		return kExitOk;
+	}
+
+	struct stat info;
+	if (!global.root.empty() && stat(global.root.c_str(), &info) == 0 && !S_ISDIR(info.st_mode))
+		return usageError("--root: '%s' is not a directory", global.root.c_str());
+
+	int result;
+	{
+		Session session(absolutePath(global.root));
+		result = invocation.command->run(invocation, session);
+	}
+	if (fflush(stdout) != 0)
+		return failure("cannot write the output: %s", strerror(errno));
+	return result;
+}
