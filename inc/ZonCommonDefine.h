@@ -47,7 +47,10 @@ constexpr const char* baseName(const char* path)
 #define WWARNING(fmt, ...) ZON_LOG_(DLOG_WARN, fmt, ##__VA_ARGS__)
 
 // __assert_fail is what assert() expands to; calling it directly keeps the check in NDEBUG builds
-// and keeps the familiar "Assertion `(expr)' failed." message.
+// and keeps the familiar "Assertion `(expr)' failed." message. <assert.h> hides its declaration
+// under NDEBUG, hence ours (the same as the C library's).
+extern "C" void __assert_fail(const char* assertion, const char* file, unsigned int line, const char* function)
+	noexcept __attribute__((__noreturn__));
 #define WASSERT(expr) \
 	do { \
 		if (!(expr)) { \

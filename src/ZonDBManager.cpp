@@ -309,11 +309,12 @@ const std::vector<Cityinfo>& ZonDBManager::getAllCityList(bool isExternal)
 		+ (isExternal ? "1" : "0") + ";";
 	sqlite3_stmt* stmt = nullptr;
 	if (_dbHandler && sqlite3_prepare_v2(_dbHandler, query.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
-		Cityinfo city;
 		int ret;
 		while ((ret = stepRow(stmt)) == SQLITE_ROW) {
-			if (_extractDataFromStms(stmt, city))
-				_citylist.push_back(city);
+			// Converted in place: a record is 800 bytes and lists are read on every refresh.
+			_citylist.emplace_back();
+			if (!_extractDataFromStms(stmt, _citylist.back()))
+				_citylist.pop_back();
 		}
 		if (ret != SQLITE_DONE)
 			WERROR("reading the city list is failed.(%d)", ret);
@@ -348,10 +349,14 @@ bool ZonDBManager::_extractDataFromStms(sqlite3_stmt* stmt, Cityinfo& city)
 		}
 	}
 
-	for (int i = 0; i < ZON_CITY_COUNT; ++i) {
-		if (allCityList[i].id == city.id && !strcmp(allCityList[i].cityname_eng, city.cityname_eng)) {
-			allCityList[i].dbId = city.dbId;
-			city = allCityList[i];
+	// Row i holds id i + 1, so the row to find is normally the one at id - 1; the scan keeps the
+	// answer right for any table.
+	int first = (city.id >= 1 && city.id <= ZON_CITY_COUNT) ? city.id - 1 : 0;
+	for (int n = 0; n < ZON_CITY_COUNT; ++n) {
+		Cityinfo& row = allCityList[n == 0 ? first : (n <= first ? n - 1 : n)];
+		if (row.id == city.id && !strcmp(row.cityname_eng, city.cityname_eng)) {
+			row.dbId = city.dbId;
+			city = row;
 			return true;
 		}
 	}

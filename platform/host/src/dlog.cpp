@@ -120,6 +120,13 @@ int vprint(int prio, const char *tag, const char *fmt, va_list ap)
 {
 	if (!fmt || prio < DLOG_VERBOSE || prio > DLOG_SILENT)
 		return DLOG_ERROR_INVALID_PARAMETER;
+	// Most lines go nowhere on the host (informational, no log file, no capture): don't pay for
+	// formatting them; the library logs on its hot paths.
+	if (!g_capturing && prio < DLOG_ERROR) {
+		const char *logFile = getenv("ZON_HOST_LOG");
+		if (!logFile || !*logFile)
+			return 0;
+	}
 	gchar *message = g_strdup_vprintf(fmt, ap);
 	int length = (int)strlen(message);
 	if (prio != DLOG_SILENT)

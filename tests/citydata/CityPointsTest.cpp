@@ -1,0 +1,206 @@
+// Invariants of the city coordinates. The weather exchange ties an answer to its city only by the
+// "%lf" text of the latitude, so the table is checked as a lookup key as well as a map; where the
+// system's zone table knows a city, its position there is the outside truth.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+#include <system_error>
+
+#include "ZonCityList.h"
+#include "ZonCityPoints.h"
+
+namespace {
+
+constexpr int kCityCount = 331;
+const char* const kZoneDir = "/usr/share/zoneinfo";
+
+double latitude(int id)
+{
+	return allCityPoints[id - 1][0];
+}
+
+double longitude(int id)
+{
+	return allCityPoints[id - 1][1];
+}
+
+// As the weather request formats it.
+std::string latitudeKey(int id)
+{
+	char text[32] = {0};
+	std::snprintf(text, sizeof text, "%lf", latitude(id));
+	return text;
+}
+
+// One ISO 6709 component, sign then DDMM[SS] (latitude) or DDDMM[SS] (longitude).
+bool parseIso6709(const std::string& text, size_t degreeDigits, double& degrees)
+{
+	if (text.size() != 1 + degreeDigits + 2 && text.size() != 1 + degreeDigits + 4)
+		return false;
+	if ((text[0] != '+' && text[0] != '-') || text.find_first_not_of("0123456789", 1) != std::string::npos)
+		return false;
+	double value = std::stoi(text.substr(1, degreeDigits)) + std::stoi(text.substr(1 + degreeDigits, 2)) / 60.0;
+	if (text.size() == 1 + degreeDigits + 4)
+		value += std::stoi(text.substr(3 + degreeDigits, 2)) / 3600.0;
+	degrees = text[0] == '-' ? -value : value;
+	return true;
+}
+
+struct ZoneLocation {
+	std::string zone;
+	double latitude;
+	double longitude;
+};
+
+// Letters and digits only, lower case: "St. John's", "St_Johns" and "st johns" are one name.
+std::string comparable(const std::string& name)
+{
+	std::string out;
+	for (unsigned char c : name) {
+		if (std::isalnum(c))
+			out += static_cast<char>(std::tolower(c));
+	}
+	return out;
+}
+
+bool sameZone(const std::string& a, const std::string& b)
+{
+	std::error_code error;
+	return std::filesystem::equivalent(std::string(kZoneDir) + "/" + a, std::string(kZoneDir) + "/" + b, error);
+}
+
+// The catalogue's "GMT+5:45" in hours.
+double gmtOffsetHours(const char* text)
+{
+	const char* colon = std::strchr(text, ':');
+	double hours = std::atoi(text + 4) + (colon ? std::atoi(colon + 1) / 60.0 : 0.0);
+	return text[3] == '-' ? -hours : hours;
+}
+
+} // namespace
+
+TEST(CityPointsInvariant, OnePairPerCatalogueCityWithinRange)
+{
+	static_assert(ZON_CITY_POINT_COUNT == ZON_CITY_COUNT, "one coordinate pair per catalogue city");
+	ASSERT_EQ(kCityCount, static_cast<int>(std::size(allCityPoints)));
+	for (int id = 1; id <= kCityCount; ++id) {
+		EXPECT_TRUE(std::isfinite(latitude(id)) && std::isfinite(longitude(id))) << "id " << id;
+		EXPECT_GE(latitude(id), -90.0) << "id " << id;
+		EXPECT_LE(latitude(id), 90.0) << "id " << id;
+		EXPECT_GE(longitude(id), -180.0) << "id " << id;
+		EXPECT_LE(longitude(id), 180.0) << "id " << id;
+		// A row dropped from the initialiser would silently become a zero pair.
+		EXPECT_FALSE(latitude(id) == 0.0 && longitude(id) == 0.0) << "id " << id;
+	}
+}
+
+TEST(CityPointsInvariant, ProductCoordinatesAreKeptDigitForDigit)
+{
+	// Answers for these cities are matched by these exact values; a rounding "tidy-up" of the
+	// table would orphan them.
+	EXPECT_EQ(5.3485419, latitude(1));
+	EXPECT_EQ(-3.9798626, longitude(1));
+	EXPECT_EQ(24.3865481, latitude(2));
+	EXPECT_EQ(54.563506, longitude(2));
+	EXPECT_EQ(39.9388838, latitude(35));
+	EXPECT_EQ(116.3974589, longitude(35));
+	EXPECT_EQ(52.5075419, latitude(39));
+	EXPECT_EQ(13.4261419, longitude(39));
+	EXPECT_EQ(37.7577, latitude(261));
+	EXPECT_EQ(-122.4376, longitude(261));
+	EXPECT_EQ(47.4824155, latitude(283));
+	EXPECT_EQ(-52.8286382, longitude(283));
+	EXPECT_EQ(47.377455, latitude(331));
+	EXPECT_EQ(8.536715, longitude(331));
+
+	EXPECT_EQ("5.348542", latitudeKey(1));
+	EXPECT_EQ("37.757700", latitudeKey(261));
+	// The Canadian St. John's, not the one in Antigua that shares its name.
+	EXPECT_STREQ("America/St_Johns", allCityList[283 - 1].timezone_path);
+}
+
+TEST(CityPointsInvariant, LatitudeTextsAreUniqueLookupKeys)
+{
+	std::map<std::string, int> owner;
+	for (int id = 1; id <= kCityCount; ++id) {
+		auto inserted = owner.emplace(latitudeKey(id), id);
+		EXPECT_TRUE(inserted.second) << "id " << id << " " << allCityList[id - 1].cityname_eng << " and id "
+									 << inserted.first->second << " both request weather as latitude "
+									 << inserted.first->first;
+	}
+}
+
+// A city is taken as its zone's principal location when its English name is the zone's exemplar
+// city (the last part of the zone name; letters and digits compared, case ignored, a trailing
+// "City" allowed, as in "Mexico City") and the catalogue files it under that very zone or a link
+// to it. The second condition keeps out namesakes: San Juan of Puerto Rico is not
+// America/Argentina/San_Juan, and Antigua's St. John's is not America/St_Johns.
+TEST(CityPointsInvariant, PrincipalLocationsAgreeWithTheSystemZoneTable)
+{
+	std::ifstream in(std::string(kZoneDir) + "/zone1970.tab");
+	ASSERT_TRUE(in) << "cannot read " << kZoneDir << "/zone1970.tab (package tzdata)";
+
+	std::map<std::string, ZoneLocation> byExemplar;
+	std::string line;
+	while (std::getline(in, line)) {
+		if (line.empty() || line[0] == '#')
+			continue;
+		size_t tab1 = line.find('\t');
+		size_t tab2 = line.find('\t', tab1 + 1);
+		ASSERT_NE(std::string::npos, tab2) << line;
+		size_t tab3 = line.find('\t', tab2 + 1);
+		std::string coordinates = line.substr(tab1 + 1, tab2 - tab1 - 1);
+		std::string zone = line.substr(tab2 + 1, tab3 == std::string::npos ? std::string::npos : tab3 - tab2 - 1);
+		size_t split = coordinates.find_first_of("+-", 1);
+		ZoneLocation location{zone, 0.0, 0.0};
+		ASSERT_TRUE(split != std::string::npos &&
+			parseIso6709(coordinates.substr(0, split), 2, location.latitude) &&
+			parseIso6709(coordinates.substr(split), 3, location.longitude))
+			<< "unexpected coordinates in: " << line;
+		byExemplar.emplace(comparable(zone.substr(zone.rfind('/') + 1)), location);
+	}
+
+	int covered = 0;
+	for (const Cityinfo& city : allCityList) {
+		std::string name = comparable(city.cityname_eng);
+		auto found = byExemplar.find(name);
+		if (found == byExemplar.end() && name.size() > 4 && name.compare(name.size() - 4, 4, "city") == 0)
+			found = byExemplar.find(name.substr(0, name.size() - 4));
+		if (found == byExemplar.end() || !sameZone(city.timezone_path, found->second.zone))
+			continue;
+		++covered;
+		const ZoneLocation& zone = found->second;
+		EXPECT_NEAR(zone.latitude, latitude(city.id), 1.0) << "latitude of id " << city.id << " "
+														   << city.cityname_eng << " against " << zone.zone;
+		EXPECT_NEAR(zone.longitude, longitude(city.id), 1.0) << "longitude of id " << city.id << " "
+															 << city.cityname_eng << " against " << zone.zone;
+	}
+	RecordProperty("principal_locations_checked", covered);
+	std::printf("%d of %d cities checked against the zone table\n", covered, kCityCount);
+	// Well over a hundred capitals and zone cities are in the catalogue; a small count means the
+	// table or the matching broke, not that the coordinates are right.
+	EXPECT_GE(covered, 120);
+}
+
+// Civil time follows the sun: standard time stays within about two hours of the local mean time
+// of every city in the catalogue (western China is the farthest off). A longitude with the wrong
+// sign, or a row shifted against the catalogue, lands far outside that.
+TEST(CityPointsInvariant, LongitudeAgreesWithTheCitysGmtOffset)
+{
+	for (const Cityinfo& city : allCityList) {
+		double meanTime = longitude(city.id) / 15.0;
+		double apart = std::remainder(gmtOffsetHours(city.timezone) - meanTime, 24.0);
+		EXPECT_LE(std::fabs(apart), 3.0) << "id " << city.id << " " << city.cityname_eng << " at longitude "
+										 << longitude(city.id) << " is " << apart << " h from " << city.timezone;
+	}
+}
