@@ -1,0 +1,281 @@
+/*
+ * TimeTestSupport.h - shared ground of the time and localisation tests.
+ *
+ * - TimeFixture: a fresh device (HostFixture) in en_US, 12-hour, English messages of the
+ *   "zonvista" domain bound to the build's catalogues (ZON_LOCALE_DIR).
+ * - Independent truth: zone offsets from the C library's broken-down clocks (not tm_gmtoff), and
+ *   clock texts from ICU's C++ formatter.
+ * - The device's own zone is the process's zone (/etc/localtime; the library unsets TZ after each
+ *   call), so expectations are built relative to whatever it is. zoneWithDifference() makes a
+ *   POSIX TZ text for a city a given number of hours from this device.
+ * - ZON_FROZEN_CLOCK(epoch): reruns the current test in a child process whose clock starts at
+ *   that instant (libfaketime); the test is skipped when libfaketime is not installed.
+ */
+#ifndef ZON_TESTS_TIME_SUPPORT_H
+#define ZON_TESTS_TIME_SUPPORT_H
+
+#include <libintl.h>
+#include <locale.h>
+#include <math.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <unicode/dtptngen.h>
+#include <unicode/locid.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
+#include <unicode/ucal.h>
+
+#include <system_settings.h>
+#include <vconf.h>
+
+#include "HostFixture.h"
+#include "ZonTimeUtil.h"
+
+#ifndef ZON_LOCALE_DIR
+#error "ZON_LOCALE_DIR must name the build's compiled catalogues"
+#endif
+
+// glibc caches translations per locale name, not per LANGUAGE; bumping this counter is the
+// documented way to make a change of LANGUAGE take effect.
+extern "C" int _nl_msg_cat_cntr;
+
+// The library's private helpers, for the cases the public texts cannot reach.
+class ZonTimeUtilTestPeer {
+public:
+	static void splitTimeStr(const char* text, std::string& time, std::string& ampm, bool& ampmFirst)
+	{
+		char timeBuffer[256] = {0};
+		char ampmBuffer[256] = {0};
+		snprintf(timeBuffer, sizeof(timeBuffer), "%s", text);
+		ZonTimeUtil::_splitTimeStr(timeBuffer, ampmBuffer, &ampmFirst, sizeof(timeBuffer));
+		time = timeBuffer;
+		ampm = ampmBuffer;
+	}
+	static double hourAngle(double latitude, double declination)
+	{
+		return ZonTimeUtil::_getHourAngle(latitude, declination);
+	}
+	static double julDay(int year, int month, int day, int hour)
+	{
+		return ZonTimeUtil::_getJulDay(year, month, day, hour);
+	}
+	// As when the library has just been loaded.
+	static void forgetPatternCaches()
+	{
+		ZonTimeUtil::_bestPatternForTime.clear();
+		ZonTimeUtil::_bestPatternForDate.clear();
+		ZonTimeUtil::_locale.clear();
+	}
+};
+
+namespace zontest {
+
+// Seconds east of UTC of `zone` (null: the device's own zone) at t, read as the difference of the
+// local and UTC clocks.
+inline long zoneOffsetSeconds(const char* zone, time_t t)
+{
+	if (zone)
+		setenv("TZ", zone, 1);
+	else
+		unsetenv("TZ");
+	tzset();
+	struct tm local;
+	localtime_r(&t, &local);
+	long offset = static_cast<long>(timegm(&local) - t);
+	unsetenv("TZ");
+	tzset();
+	return offset;
+}
+
+inline bool zoneIsDst(const char* zone, time_t t)
+{
+	setenv("TZ", zone, 1);
+	tzset();
+	struct tm local;
+	localtime_r(&t, &local);
+	unsetenv("TZ");
+	tzset();
+	return local.tm_isdst > 0;
+}
+
+// The watch's reading of an offset: whole hours toward zero, the minutes always counted
+// eastward, so that -3:30 is -2.5.
+inline double deviceHours(long seconds)
+{
+	long wholeHours = seconds / 3600;
+	long minutes = labs(seconds % 3600) / 60;
+	return wholeHours + minutes / 60.0;
+}
+
+inline double deviceOffsetNow()
+{
+	return deviceHours(zoneOffsetSeconds(nullptr, time(nullptr)));
+}
+
+// A POSIX TZ text ("ZZZ3:30") of a fixed zone whose getGmtOffset() from this device is `diff`.
+inline std::string zoneWithDifference(double diff)
+{
+	double target = deviceOffsetNow() + diff;
+	long seconds;
+	if (target >= 0 || target == floor(target)) {
+		seconds = lround(target * 3600);
+	} else {
+		// -2.5 can only come from -3:30: whole hours one further west, the minutes given back.
+		double west = -target;
+		long hours = static_cast<long>(floor(west)) + 1;
+		long minutes = lround((hours - west) * 60);
+		seconds = -(hours * 3600 + minutes * 60);
+	}
+	long posix = -seconds;   // POSIX counts west of UTC as positive
+	char text[32];
+	snprintf(text, sizeof(text), "ZZZ%s%ld:%02ld", posix < 0 ? "-" : "", labs(posix) / 3600, labs(posix) % 3600 / 60);
+	return text;
+}
+
+// ICU's own text of `when` for a skeleton, through the C++ API.
+inline std::string icuFormat(const char* locale, const char* skeleton, const char* zone, UDate when)
+{
+	UErrorCode status = U_ZERO_ERROR;
+	icu::Locale loc(locale);
+	std::unique_ptr<icu::DateTimePatternGenerator> generator(icu::DateTimePatternGenerator::createInstance(loc, status));
+	icu::UnicodeString pattern = generator->getBestPattern(icu::UnicodeString::fromUTF8(skeleton), status);
+	icu::SimpleDateFormat format(pattern, loc, status);
+	format.adoptTimeZone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
+	icu::UnicodeString text;
+	format.format(when, text);
+	std::string out;
+	text.toUTF8String(out);
+	EXPECT_TRUE(U_SUCCESS(status)) << u_errorName(status);
+	return out;
+}
+
+// Runs `produce` between two readings of the clock and tells whether its text is ICU's text at
+// one of them; retried once if a minute boundary separated them.
+template <typename Produce>
+::testing::AssertionResult matchesIcuNow(const char* locale, const char* skeleton, const char* zone, Produce produce)
+{
+	std::string got, before, after;
+	for (int attempt = 0; attempt < 2; ++attempt) {
+		UDate start = ucal_getNow();
+		got = produce();
+		UDate end = ucal_getNow();
+		before = icuFormat(locale, skeleton, zone, start);
+		after = icuFormat(locale, skeleton, zone, end);
+		if (got == before || got == after)
+			return ::testing::AssertionSuccess();
+		if (before == after)
+			break;
+	}
+	return ::testing::AssertionFailure() << "got \"" << got << "\", ICU says \"" << before << "\" (" << locale << ", "
+		<< skeleton << ", " << zone << ")";
+}
+
+inline const char* faketimeLibrary()
+{
+#ifdef ZON_FAKETIME_LIB
+	if (access(ZON_FAKETIME_LIB, R_OK) == 0)
+		return ZON_FAKETIME_LIB;
+#endif
+	static const char* const candidates[] = {
+		"/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1",
+		"/usr/lib/aarch64-linux-gnu/faketime/libfaketime.so.1",
+		"/usr/lib/faketime/libfaketime.so.1",
+	};
+	for (const char* path : candidates) {
+		if (access(path, R_OK) == 0)
+			return path;
+	}
+	return nullptr;
+}
+
+enum class FrozenRun { InChild, ChildRan, Unavailable };
+
+// In the child the test body goes on with the clock started at `epoch`; in the parent the child
+// has already run the same test, and its exit status has been checked.
+inline FrozenRun runFrozen(time_t epoch)
+{
+	if (getenv("ZON_FROZEN_CHILD"))
+		return FrozenRun::InChild;
+	const char* library = faketimeLibrary();
+	if (!library)
+		return FrozenRun::Unavailable;
+
+	const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
+	std::string filter = std::string("--gtest_filter=") + info->test_suite_name() + "." + info->name();
+	fflush(stdout);
+	fflush(stderr);
+	pid_t pid = fork();
+	if (pid == 0) {
+		std::string preload = library;
+		if (const char* old = getenv("LD_PRELOAD"))
+			preload += std::string(":") + old;
+		std::string asan = "verify_asan_link_order=0";
+		if (const char* old = getenv("ASAN_OPTIONS"))
+			asan = std::string(old) + ":" + asan;
+		setenv("ZON_FROZEN_CHILD", "1", 1);
+		setenv("LD_PRELOAD", preload.c_str(), 1);
+		// ASan wants to be the first preloaded library; here libfaketime is.
+		setenv("ASAN_OPTIONS", asan.c_str(), 1);
+		setenv("FAKETIME_FMT", "%s", 1);
+		setenv("FAKETIME", ("@" + std::to_string(static_cast<long long>(epoch))).c_str(), 1);
+		setenv("DONT_FAKE_MONOTONIC", "1", 1);
+		execl("/proc/self/exe", "/proc/self/exe", filter.c_str(), static_cast<char*>(nullptr));
+		_exit(127);
+	}
+	int status = 0;
+	EXPECT_EQ(pid, waitpid(pid, &status, 0));
+	EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
+		<< "the test failed under the frozen clock @" << epoch << " (status " << status << ")";
+	return FrozenRun::ChildRan;
+}
+
+}
+
+#define ZON_FROZEN_CLOCK(epoch) \
+	do { \
+		zontest::FrozenRun run_ = zontest::runFrozen(epoch); \
+		if (run_ == zontest::FrozenRun::Unavailable) \
+			GTEST_SKIP() << "libfaketime is not installed (Debian package faketime)"; \
+		if (run_ == zontest::FrozenRun::ChildRan) \
+			return; \
+	} while (0)
+
+class TimeFixture : public HostFixture {
+protected:
+	void SetUp() override
+	{
+		HostFixture::SetUp();
+		// In the plain "C" locale glibc ignores LANGUAGE; C.UTF-8 honours it.
+		ASSERT_NE(nullptr, setlocale(LC_ALL, "C.UTF-8"));
+		ASSERT_NE(nullptr, bindtextdomain("zonvista", ZON_LOCALE_DIR));
+		bind_textdomain_codeset("zonvista", "UTF-8");
+		setLanguage("en");
+		setRegionFormat("en_US.UTF-8");
+		setDisplayLanguage("en_US.UTF-8");
+		set24Hour(false);
+	}
+
+	// The catalogue language of dgettext().
+	void setLanguage(const char* language)
+	{
+		setEnv("LANGUAGE", language);
+		++_nl_msg_cat_cntr;
+	}
+	void setRegionFormat(const char* value) { ASSERT_EQ(VCONF_OK, vconf_set_str(VCONFKEY_REGIONFORMAT, value)); }
+	void setDisplayLanguage(const char* value) { ASSERT_EQ(VCONF_OK, vconf_set_str(VCONFKEY_LANGSET, value)); }
+	void set24Hour(bool on)
+	{
+		ASSERT_EQ(SYSTEM_SETTINGS_ERROR_NONE,
+			system_settings_set_value_bool(SYSTEM_SETTINGS_KEY_LOCALE_TIMEFORMAT_24HOUR, on));
+	}
+};
+
+#endif /* ZON_TESTS_TIME_SUPPORT_H */
