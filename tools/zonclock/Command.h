@@ -91,6 +91,8 @@ int failure(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // The groups of commands.
 void registerHelpCommand(CommandSet& commands);
 void registerCityCommands(CommandSet& commands);
+void registerBackupCommands(CommandSet& commands);
+void registerDeviceCommands(CommandSet& commands);
 
 } // namespace zonclock
 

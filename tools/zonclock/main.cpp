@@ -35,6 +35,8 @@ int main(int argc, char** argv)
 {
 	CommandSet commands;
 	registerCityCommands(commands);
+	registerBackupCommands(commands);
+	registerDeviceCommands(commands);
 	registerHelpCommand(commands);
 	commands.setDefault("list");
 

@@ -20,6 +20,15 @@
 #include "zon_platform.h"
 
 namespace zonhost {
+
+std::string featureKey(const char *key)
+{
+	static const char kScheme[] = "http://";
+	if (strncmp(key, kScheme, sizeof(kScheme) - 1) == 0)
+		return key + sizeof(kScheme) - 1;
+	return key;
+}
+
 namespace {
 
 std::string g_root;
@@ -100,7 +109,7 @@ int setFeature(const char *key, const Value &value)
 	std::unique_ptr<KeyStore> store(openFeatures());
 	if (!store->load())
 		return -1;
-	store->set(key, value);
+	store->set(featureKey(key).c_str(), value);
 	return store->save() ? 0 : -1;
 }
 
@@ -206,7 +215,7 @@ ZON_HOST_FAULT_POINTS("zon_platform_path");
 ZON_HOST_API int zon_host_reset(void)
 {
 	cancelAllDeliveries();
-	int live = preferenceReset() + vconfReset();
+	int live = preferenceReset() + vconfReset() + appFrameworkReset() + cloudReset();
 	faultReset();
 	logReset();
 	g_appId = ZON_HOST_DEFAULT_APP_ID;
@@ -278,7 +287,7 @@ ZON_HOST_API int zon_host_unset_feature(const char *key)
 	std::unique_ptr<KeyStore> store(openFeatures());
 	if (!store->load())
 		return -1;
-	if (!store->remove(key))
+	if (!store->remove(featureKey(key).c_str()))
 		return 0;
 	return store->save() ? 0 : -1;
 }

@@ -124,8 +124,16 @@ void cancelAllDeliveries();
 // ---- per-module reset hooks, called by zon_host_reset(); each returns the number of live
 // callback registrations it dropped ----
 
+// The platform answers a feature key with or without its "http://" scheme: both name one
+// feature, stored under the short form.
+std::string featureKey(const char *key);
+
 int preferenceReset();
 int vconfReset();
+// Application framework: stand-ins, message ports, alarms, launch records (apps.cpp).
+int appFrameworkReset();
+// The cloud backup service: registrations, session, record and list handles (cloud.cpp).
+int cloudReset();
 void logReset();
 void faultReset();
 

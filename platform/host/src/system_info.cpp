@@ -24,7 +24,7 @@ int getValue(const char *key, Type type, Value *out)
 	KeyStore store(root() + "/system_info.ini");
 	if (!store.load())
 		return SYSTEM_INFO_ERROR_IO_ERROR;
-	switch (store.lookup(key, out)) {
+	switch (store.lookup(featureKey(key).c_str(), out)) {
 	case KeyStore::Lookup::Absent:
 		platformLog(DLOG_ERROR, kTag, "Invalid key (%s)", key);
 		return SYSTEM_INFO_ERROR_INVALID_PARAMETER;

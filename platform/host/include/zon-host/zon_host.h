@@ -135,6 +135,362 @@ int zon_host_fault_inject(const char *function, int nth, int error);
  * zon_host_fault_inject() know them; an undeclared one logs an error when first reached.) */
 bool zon_host_fault_check(const char *function, int *error);
 
+/* ==========================================================================================
+ * Application framework: the other applications of the device, launch requests, replies,
+ * message ports and alarms (app_control.h, message_port.h, app_alarm.h).
+ *
+ * The installed applications are in-process stand-ins registered by app id. A launch request
+ * (app_control_send_launch_request(), or an alarm going off) to an id nobody registered fails
+ * at send time with APP_CONTROL_ERROR_APP_NOT_FOUND; otherwise the stand-in's handler is
+ * called on the main loop with a copy of the request. Handlers run as the current application
+ * id (zon_host_app_id()): what a stand-in writes to preferences lands in the calling
+ * application's store.
+ *
+ * zon_host_reset() uninstalls every stand-in (the shipped ones too), unregisters all message
+ * ports, cancels pending alarms and the weather agent's delayed answers, and forgets recorded
+ * launches and replies. Of these, only message ports still registered count as live
+ * registrations in its result: an application must unregister its ports, while installed
+ * applications and pending alarms are the device's state (an alarm may rightly outlive the
+ * object that scheduled it).
+ *
+ * Every platform function of bundle.h, app_control.h, message_port.h and app_alarm.h is a
+ * fault point. The platform's own work for an application (delivering, an alarm launching,
+ * the stand-ins answering) does not pass through them, so an injected fault hits only the
+ * application's own call. Exception: the service stand-in writes its preference through
+ * preference_set_int(), and so counts toward that fault point.
+ * ========================================================================================== */
+
+struct app_control_s;
+
+/* A stand-in's launch handler. The handle (an app_control_h) is valid during the call only:
+ * clone it to reply later. */
+typedef void (*zon_host_app_launch_cb)(struct app_control_s *app_control, void *user_data);
+
+/* Installs a stand-in application. Registering an id again replaces its handler; launches
+ * already queued go to the new one. Returns 0, or -1 for a NULL/empty id or a NULL handler. */
+int zon_host_register_app(const char *app_id, zon_host_app_launch_cb on_launch, void *user_data);
+/* Uninstalls it and drops the launches still queued for it. Returns 0, or -1 when the id is
+ * not installed. */
+int zon_host_unregister_app(const char *app_id);
+bool zon_host_app_is_registered(const char *app_id);
+
+/* One launch request as it was sent, in the order of sending. The strings and arrays stay
+ * valid until the record is cleared (zon_host_launch_clear(), zon_host_reset()). */
+typedef struct {
+	const char *caller;                /* app id of the requesting application */
+	const char *app_id;                /* target; NULL when the request named none */
+	const char *operation;             /* NULL when none was set */
+	size_t extra_count;
+	const char *const *extra_keys;     /* extra data in the order the request holds it */
+	const char *const *extra_values;   /* NULL for an array value */
+	int result;                        /* what the send answered: APP_CONTROL_ERROR_NONE or
+	                                      APP_CONTROL_ERROR_APP_NOT_FOUND */
+	bool reply_requested;              /* sent with a reply callback */
+	bool from_alarm;                   /* sent by an alarm going off */
+} zon_host_launch;
+
+/* Records every request that passed parameter checks and fault injection, whether its
+ * application was found or not. */
+size_t zon_host_launch_count(void);
+bool zon_host_launch_get(size_t i, zon_host_launch *launch);  /* false when i is out of range */
+/* The string value of extra data `key` of launch i; NULL if absent, an array, or no such i. */
+const char *zon_host_launch_extra(size_t i, const char *key);
+void zon_host_launch_clear(void);
+
+/* One app_control_reply_to_launch_request() made by a stand-in, in order. */
+typedef struct {
+	const char *app_id;   /* the replying application (the target of the request) */
+	const char *caller;   /* the application that made the request */
+	int result;           /* app_control_result_e */
+	bool delivered;       /* the request had a reply callback, which gets the reply */
+} zon_host_reply;
+
+size_t zon_host_reply_count(void);
+bool zon_host_reply_get(size_t i, zon_host_reply *reply);
+const char *zon_host_reply_extra(size_t i, const char *key);  /* extra data of the reply */
+void zon_host_reply_clear(void);
+
+/* Pending alarms of every application, in id order. Strings valid until the alarm fires, is
+ * cancelled or the host is reset. */
+typedef struct {
+	int id;
+	int delay_seconds;          /* as scheduled */
+	const char *app_id;         /* application its app control launches */
+	const char *operation;      /* of its app control; NULL when none was set */
+	const char *owner_app_id;   /* application that scheduled it */
+} zon_host_alarm;
+
+size_t zon_host_alarm_count(void);
+bool zon_host_alarm_get(size_t i, zon_host_alarm *alarm);
+/* Makes alarm_id go off now: it is no longer pending, its launch is sent (and recorded) at
+ * once and reaches the application on the main loop. Returns 0, or -1 when no such alarm is
+ * pending. */
+int zon_host_fire_alarm(int alarm_id);
+
+/* ---- the weather agent stand-in ----
+ *
+ * Request: a launch of ZON_HOST_WEATHER_AGENT_APP_ID whose extra data "MESSAGE" is
+ * "REQUEST_WEATHER_INFO_WITH_GEO_POSITION" (other launches are ignored), with "PORT_ID" (the
+ * caller's local message port for the answer), "max" (number of places, default 1, at most
+ * 10) and "lat_<i>"/"lon_<i>" (decimal degrees, '.' as separator) for i = 0 .. max-1.
+ * Answer: for each place, one message from ZON_HOST_WEATHER_AGENT_APP_ID (no sender port) to
+ * the caller's port PORT_ID, a bundle of strings:
+ *   "result"              "0"
+ *   "iconID"              condition 1..23 (1 sunny ... 12 snow ... 15 hot ... 23 sandstorm)
+ *   "refreshedTime"       the moment the weather is for (`date`, else now), epoch seconds
+ *   "currentTemperature"  whole degrees, may be negative
+ *   "temperatureUnit"     "c", or "f" with `fahrenheit`
+ *   "showCurrentLocation" "on"
+ *   "lat", "lon"          the "lat_<i>"/"lon_<i>" texts exactly as received
+ * The weather is a function of place and (UTC) day only: temperature from latitude and
+ * season, the condition from a hash, snow-type conditions at or below 0 C.
+ * A place without a usable position gets the error form. A request without PORT_ID is logged
+ * and dropped; an answer to a port that does not exist is logged and lost.
+ */
+#define ZON_HOST_WEATHER_AGENT_APP_ID "korvath.weather-agent"
+
+typedef enum {
+	ZON_HOST_WEATHER_ANSWER = 0,  /* the weather described above */
+	ZON_HOST_WEATHER_SILENT,      /* takes the launch, never answers (the time-out case) */
+	ZON_HOST_WEATHER_ERROR,       /* error form: "result" = error_result, plus "lat"/"lon" */
+	ZON_HOST_WEATHER_FIXED,       /* exactly the fixed pairs, plus the "lat"/"lon" echoes
+	                                 unless the pairs name those keys */
+} zon_host_weather_mode;
+
+/* All zero means: answer at once with weather for now, in Celsius. */
+typedef struct {
+	zon_host_weather_mode mode;
+	unsigned int delay_ms;              /* answer after this long (a GLib timeout); 0 = from the
+	                                       launch handler, arriving on the next loop turn */
+	const char *error_result;           /* "result" of the error form; NULL = "1" */
+	const char *const *fixed_keys;      /* ZON_HOST_WEATHER_FIXED: fixed_count key/value */
+	const char *const *fixed_values;    /* pairs, copied */
+	size_t fixed_count;
+	bool fahrenheit;
+	long long date;                     /* the moment to make weather for, seconds since the
+	                                       epoch; 0 = now */
+} zon_host_weather_agent_config;
+
+/* Installs the agent, or reconfigures it (answers already waiting keep theirs). NULL means
+ * the all-zero configuration. Returns 0, or -1 for an invalid configuration (unknown mode,
+ * NULL or empty fixed key, NULL fixed value). Uninstall it with zon_host_unregister_app(),
+ * which also drops its waiting answers. */
+int zon_host_install_weather_agent(const zon_host_weather_agent_config *config);
+/* Answers waiting for their delay. */
+size_t zon_host_weather_agent_pending(void);
+/* Sends every waiting answer now (to be delivered on the main loop); returns how many. */
+int zon_host_weather_agent_flush(void);
+
+/* ---- the world-clock service stand-in ----
+ *
+ * Launched with extra data "operation" = "weather_agent_timeout" and "instance_id" = <key>, it
+ * sets the integer preference <key> to 1 in the current application's store. Other launches
+ * are logged and ignored.
+ */
+#define ZON_HOST_ZONVISTA_SERVICE_APP_ID "korvath.zonvista-service"
+
+/* Installs the service stand-in; returns 0. */
+int zon_host_install_zonvista_service(void);
+
+/* ======================================================================================
+ * Device services for the device and environment queries, the world map and usage logging:
+ * installed packages, the changeable theme, the usage-survey log, the bezel and the phone
+ * companion.
+ * ====================================================================================== */
+
+/* The weather application whose presence the world clock checks. */
+#define ZON_HOST_WEATHER_PACKAGE_ID "korvath.weather"
+
+/*
+ * Installed packages, as package_manager_get_package_info() answers them; kept in
+ * <root>/packages.ini (one group per package: version, label, preload). A new device has
+ * ZON_HOST_DEFAULT_APP_ID and ZON_HOST_WEATHER_PACKAGE_ID, both preloaded.
+ * zon_host_package_install() adds or replaces a package (version NULL or "" is "1.0.0");
+ * zon_host_package_uninstall() removes one, and is no error when it is not installed.
+ * Both return 0, or -1 for an invalid id (empty, or other than letters, digits, '.', '_', '-')
+ * or a registry that can't be read or written.
+ */
+int zon_host_package_install(const char *package_id, const char *version, bool preload);
+int zon_host_package_uninstall(const char *package_id);
+bool zon_host_package_is_installed(const char *package_id);
+/* Package information handles given out and not yet destroyed (package_info_destroy());
+ * process state, kept across zon_host_reset(). */
+size_t zon_host_package_info_live(void);
+
+/*
+ * The changeable theme (uxt_theme.h, which documents the table files) as this process set it.
+ * It is process state, like the toolkit's theme: zon_host_reset() leaves it alone, since the
+ * application still holds its tables.
+ * zon_host_theme_color() and zon_host_theme_font() look an id up in the applied table of their
+ * kind: false when none is applied or it has no such id (out-parameters may be NULL; the style
+ * string lives as long as the table). zon_host_theme_table_count() counts the loaded tables of
+ * both kinds, applied or not. zon_host_theme_applied_path() is the file of the applied font
+ * (font = true) or colour table, NULL when none is applied; valid while that table is loaded.
+ */
+bool zon_host_theme_changeable_ui_enabled(void);
+int zon_host_theme_style(void);
+int zon_host_theme_table_count(void);
+const char *zon_host_theme_applied_path(bool font);
+bool zon_host_theme_color(const char *id, int *r, int *g, int *b, int *a);
+bool zon_host_theme_font(const char *id, const char **style, int *size);
+
+/* Path of the usage-survey log, <root>/usage_survey.log (format in korvath_log_manager.h);
+ * the file appears with the first record. Valid until the next call or zon_host_reset(). */
+const char *zon_host_survey_log_path(void);
+
+/*
+ * The bezel: the platform features of a rotating bezel and of a virtual (touch) rotating
+ * bezel, and the user's setting that turns a virtual bezel's rotary input on (bool; a
+ * physical bezel ignores it). A device that never set the features has no bezel.
+ * zon_host_set_bezel() sets both features in both of the spellings the platform accepts
+ * (with and without "http://"); returns 0, or -1 for an unknown kind or a store error.
+ */
+#define ZON_HOST_FEATURE_ROTATING_BEZEL "http://tizen.org/feature/input.rotating_bezel"
+#define ZON_HOST_FEATURE_VIRTUAL_ROTATING_BEZEL "http://tizen.org/feature/input.rotating_bezel.virtual"
+#define ZON_HOST_VCONF_ROTARY_EVENT_ENABLED "db/setting/rotary_event_enabled"
+
+typedef enum {
+	ZON_HOST_BEZEL_NONE,
+	ZON_HOST_BEZEL_PHYSICAL,
+	ZON_HOST_BEZEL_VIRTUAL,
+} zon_host_bezel_e;
+
+int zon_host_set_bezel(zon_host_bezel_e bezel);
+
+/*
+ * The phone companion. The watch learns of the phone through settings: bit 0 of the int
+ * "memory/private/lnkp/conn_type" (connected over Bluetooth), the bool
+ * "memory/hmx/hmanager_connected" (the phone's companion manager is connected), the string
+ * "db/hmx/host_status/vendor" (maker of the phone) and the int "db/setup_wizard/standalone"
+ * (non-zero: the watch was set up to work without a phone). None is set on a new device.
+ * zon_host_set_companion_connection() sets the first two (other bits of conn_type are kept);
+ * returns 0, or -1 when vconf fails.
+ *
+ * zon_host_install_companion() installs the stand-in for ZON_HOST_COMPANION_APP_ID, the
+ * watch's side of the companion, which the world clock launches with the extra data
+ * "change_request" = "watch_change" when its city list changed. The stand-in counts those
+ * requests (zon_host_companion_change_requests(), from 0 at installation) and logs each under
+ * the tag "ZONVISTA_CONSUMER". zon_host_reset() uninstalls it, like every stand-in; until it
+ * is installed, a launch to it fails with APP_CONTROL_ERROR_APP_NOT_FOUND.
+ */
+#define ZON_HOST_COMPANION_APP_ID "korvath.zonvista-consumer"
+
+int zon_host_set_companion_connection(bool bluetooth, bool manager_connected);
+int zon_host_install_companion(void);
+int zon_host_companion_change_requests(void);
+
+/* ======================================================================================
+ * The cloud backup service (korvath_cloud.h, which documents the record file format).
+ *
+ * A session is started here and then runs as the device's service runs it: the service
+ * launches the current application (zon_host_app_id(), installed with zon_host_register_app())
+ * as "korvath.cloud-service", with a request whose operation is KORVATH_CLOUD_OPERATION_BACKUP,
+ * _BACKUP_INFO or _RESTORE. The application's launch handler registers its callbacks and
+ * replies: a failed reply ends the session there (no completion notice); a succeeded one opens
+ * it. Each step is then delivered on the main loop after the application answered the previous
+ * one:
+ *   backup:  preparation -> keys and dates -> records (not in an info session) -> completion
+ *   restore: preparation -> restoration path -> restoration -> completion
+ * The service checks what it is given: a backup file must be a record file holding exactly the
+ * announced keys, in their order, each with a value; restored records need a key and a date.
+ * An accepted backup is kept (byte for byte) as <root>/cloud/<app id>/backup.dat, the "cloud"
+ * copy a later restore session starts from. A restore places the source file's bytes,
+ * unchecked, at the path the application names.
+ * A step whose callback is not registered (any more) ends the session with completion(false).
+ * A keys-and-dates answer without records, or any answer of an info session, completes with
+ * true straight away.
+ *
+ * Faults: every korvath_cloud_* function is a fault point of zon_host_fault_inject(); the
+ * service's own behaviour is changed with zon_host_cloud_fail_at() and
+ * zon_host_cloud_set_record_list(), which hold until changed or zon_host_reset().
+ *
+ * zon_host_reset() ends any session without a notice, frees every record and list handle
+ * (those the application leaked included), drops the registrations (counted as live in its
+ * result) and takes korvath_cloud_initialize() back to zero.
+ * ====================================================================================== */
+
+typedef enum {
+	ZON_HOST_CLOUD_BACKUP,
+	ZON_HOST_CLOUD_BACKUP_INFO,
+	ZON_HOST_CLOUD_RESTORE,
+} zon_host_cloud_session_e;
+
+typedef enum {
+	ZON_HOST_CLOUD_IDLE,       /* no session since the reset */
+	ZON_HOST_CLOUD_RUNNING,    /* started; its end not yet delivered */
+	ZON_HOST_CLOUD_SUCCEEDED,  /* completion(true) was delivered */
+	ZON_HOST_CLOUD_FAILED,     /* completion(false) was delivered, or the session ended
+	                              without one (launch failed, request refused) */
+} zon_host_cloud_state_e;
+
+typedef enum {
+	ZON_HOST_CLOUD_STEP_NONE,
+	ZON_HOST_CLOUD_STEP_LAUNCH,
+	ZON_HOST_CLOUD_STEP_PREPARATION,
+	ZON_HOST_CLOUD_STEP_KEYS_AND_DATES,
+	ZON_HOST_CLOUD_STEP_RECORDS,
+	ZON_HOST_CLOUD_STEP_RESTORATION_PATH,
+	ZON_HOST_CLOUD_STEP_RESTORATION,
+	ZON_HOST_CLOUD_STEP_COMPLETION,
+} zon_host_cloud_step_e;
+
+typedef enum {
+	ZON_HOST_CLOUD_LIST_AS_SENT,  /* backup: the announced records; restore: the source file */
+	ZON_HOST_CLOUD_LIST_NULL,     /* backup: the records callback gets no list; restore: the
+	                                 restoration callback gets no path */
+	ZON_HOST_CLOUD_LIST_EMPTY,    /* backup: a list without records; restore: a record file
+	                                 without records is placed instead of the source */
+} zon_host_cloud_list_e;
+
+/* Starts a session. restore_source: the record file a restore session restores (read now),
+ * NULL for the cloud copy of the last accepted backup. Returns 0, or -1 when a session is
+ * running, the source can't be read, or the launch failed (then FAILED, with the reason). */
+int zon_host_cloud_start(zon_host_cloud_session_e kind, const char *restore_source);
+zon_host_cloud_state_e zon_host_cloud_state(void);
+/* Pumps the main loop until the session is no longer running, nothing is left to dispatch or
+ * max_dispatches iterations ran; returns the state. A session still RUNNING after it waits for
+ * an application that will not answer. */
+zon_host_cloud_state_e zon_host_cloud_wait(int max_dispatches);
+/* The service's time-out: a running session stops waiting and ends with completion(false) on
+ * the main loop. Returns 0, or -1 when no session is running. */
+int zon_host_cloud_time_out(void);
+/* The service gives up when the session reaches `step`: completion(false) is delivered instead
+ * of that step's callback (at LAUNCH: the session fails at once, nobody is launched; at
+ * COMPLETION: a session that went well completes with false). STEP_NONE: no fault. */
+void zon_host_cloud_fail_at(zon_host_cloud_step_e step);
+void zon_host_cloud_set_record_list(zon_host_cloud_list_e mode);
+
+/* Why the last session FAILED; NULL otherwise. Valid until the next start or reset. */
+const char *zon_host_cloud_failure(void);
+
+/* The traffic of the last session, in order, as texts (valid until the next start or reset):
+ *   "launch <operation> <app id>", "reply succeeded" | "reply failed",
+ *   "preparation", "preparation_completed_response <true|false>",
+ *   "sending_keys_and_dates", "keys_and_dates <n> <ok>",
+ *   "backup <n>" | "backup none", "backup_path <path>|none <ok>",
+ *   "sending_restoration_path", "restoration_path <path>|none <ok>",
+ *   "restoration <path>" | "restoration none", "record_list <n>|none <ok>",
+ *   "gave up at <step>", "time-out", "completed <true|false>".
+ * A callback's event comes before anything the callback answered. */
+size_t zon_host_cloud_event_count(void);
+const char *zon_host_cloud_event(size_t i);
+
+/* The path of the last session: the backup path or restoration path the application sent. */
+const char *zon_host_cloud_path(void);
+
+/* The records of the last session. Backup: the keys and dates announced (values NULL), and
+ * once the backup file was accepted, the file's records. Restore: the records of the list the
+ * application sent back. Out-parameters may be NULL; absent fields are NULL. false when i is
+ * out of range. */
+size_t zon_host_cloud_record_count(void);
+bool zon_host_cloud_record(size_t i, const char **key, const char **date, const char **value);
+
+/* <root>/cloud/<app id>/backup.dat when it exists, else NULL. Valid until the next call. */
+const char *zon_host_cloud_stored_backup(void);
+
+/* Records and lists created and not yet destroyed, those owned by a list included. */
+size_t zon_host_cloud_live_handles(void);
+
 #ifdef __cplusplus
 }
 #endif

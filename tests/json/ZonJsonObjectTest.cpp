@@ -1,0 +1,232 @@
+// The object wrapper and the builder: what callers get back for absent and mistyped members, the
+// 64-bit conversions, shared members, the text written, and the lifetime rules (JSON-GLib's own
+// warnings and ASan watch the references).
+#include <climits>
+#include <iterator>
+#include <list>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <json-glib/json-glib.h>
+#include <zon-host/zon_host.h>
+
+#include "JsonFixture.h"
+#include "ZonJsonBuilder.h"
+#include "ZonJsonObject.h"
+
+namespace {
+
+ZonJsonObject wrap(JsonObject* object)
+{
+	ZonJsonObject wrapper;
+	wrapper.setJsonObject(object);
+	json_object_unref(object);
+	return wrapper;
+}
+
+ZonJsonObject fresh()
+{
+	return wrap(json_object_new());
+}
+
+std::string text(ZonJsonObject& object)
+{
+	std::string message;
+	object.getJsonMessage(message);
+	return message;
+}
+
+class ZonJsonObjectTest : public JsonFixture {};
+
+TEST_F(ZonJsonObjectTest, AbsentMembersLeaveEveryOutParameterAlone)
+{
+	ZonJsonObject sentinel = fresh();
+	sentinel.addStringMember("kept", "yes");
+
+	ZonJsonObject empty;
+	ZonJsonObject present = fresh();
+	present.addIntegerMember("other", 1);
+	for (ZonJsonObject* object : {&empty, &present}) {
+		std::string s = "default";
+		int i = -7;
+		bool b = true;
+		unsigned long long u = 42;
+		ZonJsonObject o = sentinel;
+		std::list<ZonJsonObject> l(1, sentinel);
+		EXPECT_FALSE(object->hasMember("missing"));
+		object->getStringValue("missing", s);
+		object->getIntegerValue("missing", i);
+		object->getBooleanValue("missing", b);
+		object->getUnsignedLongLongValue("missing", u);
+		object->getObjectValue("missing", o);
+		object->getArrayObject("missing", l);
+		EXPECT_EQ("default", s);
+		EXPECT_EQ(-7, i);
+		EXPECT_TRUE(b);
+		EXPECT_EQ(42u, u);
+		EXPECT_EQ(sentinel.getJsonObject(), o.getJsonObject());
+		ASSERT_EQ(1u, l.size());
+		EXPECT_EQ(sentinel.getJsonObject(), l.front().getJsonObject());
+	}
+	std::string untouched = "untouched";
+	empty.getJsonMessage(untouched);
+	EXPECT_EQ("untouched", untouched) << "an empty wrapper has nothing to write";
+	empty.removeMember("missing");
+	EXPECT_EQ(0u, zon_host_log_count());
+}
+
+TEST_F(ZonJsonObjectTest, MistypedMembersReadAsJsonGlibAnswers)
+{
+	// One for reading a number as an object, one for reading it as an array.
+	expectJsonGlibWarnings(2);
+	ZonJsonObject object = fresh();
+	object.addIntegerMember("number", 12);
+	object.addStringMember("text", "12");
+	object.addObjectMember("nothing", ZonJsonObject());
+
+	std::string s = "default";
+	object.getStringValue("number", s);
+	EXPECT_EQ("", s) << "JSON-GLib's null string must not reach std::string";
+	int i = -1;
+	object.getIntegerValue("text", i);
+	EXPECT_EQ(0, i);
+
+	ZonJsonObject o = fresh();
+	object.getObjectValue("number", o);
+	EXPECT_EQ(nullptr, o.getJsonObject());
+
+	std::list<ZonJsonObject> l(2);
+	object.getArrayObject("number", l);
+	object.getArrayObject("nothing", l);
+	EXPECT_EQ(2u, l.size());
+	EXPECT_TRUE(zon_host_log_contains("\033[0;31m* Critical * json_object_get_array_member(number) failed.\033[0;m"));
+	EXPECT_TRUE(zon_host_log_contains("json_object_get_array_member(nothing) failed."));
+}
+
+TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideAndTruncatedToInt)
+{
+	JsonObject* raw = json_object_new();
+	json_object_set_int_member(raw, "big", (G_GINT64_CONSTANT(1) << 32) + 5);
+	ZonJsonObject object = wrap(raw);
+	object.addIntegerMember("min", INT_MIN);
+	object.addUnsignedLongLongMember("max", ULLONG_MAX);
+	object.addUnsignedLongLongMember("high", 1ULL << 63);
+
+	int i = 0;
+	object.getIntegerValue("big", i);
+	EXPECT_EQ(5, i);
+	unsigned long long u = 0;
+	object.getUnsignedLongLongValue("big", u);
+	EXPECT_EQ((1ULL << 32) + 5, u);
+	object.getUnsignedLongLongValue("max", u);
+	EXPECT_EQ(ULLONG_MAX, u);
+	object.getIntegerValue("max", i);
+	EXPECT_EQ(-1, i);
+	EXPECT_EQ(G_MININT64, json_object_get_int_member(raw, "high")) << "a signed reader sees the sign bit";
+	EXPECT_EQ(R"({"big":4294967301,"min":-2147483648,"max":-1,"high":-9223372036854775808})", text(object));
+}
+
+TEST_F(ZonJsonObjectTest, ObjectAndArrayMembersAreSharedNotCopied)
+{
+	ZonJsonObject parent = fresh();
+	ZonJsonObject child = fresh();
+	parent.addObjectMember("child", child);
+	child.addStringMember("late", "seen");
+
+	std::list<ZonJsonObject> items;
+	for (int n = 0; n < 3; ++n) {
+		items.push_back(fresh());
+		items.back().addIntegerMember("n", n);
+	}
+	parent.addArrayMember("items", items);
+	parent.addArrayMember("none", {});
+	items.front().addBooleanMember("late", true);
+	EXPECT_EQ(R"({"child":{"late":"seen"},"items":[{"n":0,"late":true},{"n":1},{"n":2}],"none":[]})", text(parent));
+
+	ZonJsonObject readBack;
+	parent.getObjectValue("child", readBack);
+	EXPECT_EQ(child.getJsonObject(), readBack.getJsonObject());
+	std::list<ZonJsonObject> listed(1);
+	parent.getArrayObject("items", listed);
+	parent.getArrayObject("none", listed);
+	ASSERT_EQ(4u, listed.size()) << "appended after what the list held; an empty array adds nothing";
+	int n = -1;
+	for (auto it = std::next(listed.begin()); it != listed.end(); ++it) {
+		int value = -1;
+		it->getIntegerValue("n", value);
+		EXPECT_EQ(++n, value);
+	}
+	listed.back().removeMember("n");
+	parent.addStringMember("child", "replaced");
+
+	// Members outlive the parent through the wrappers' references.
+	JsonObject* last = listed.back().getJsonObject();
+	parent.setJsonObject(nullptr);
+	items.clear();
+	EXPECT_EQ(0u, json_object_get_size(last));
+	EXPECT_EQ(R"({"late":"seen"})", text(readBack));
+}
+
+TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeld)
+{
+	JsonObject* firstRaw = nullptr;
+	ZonJsonObject second = fresh();
+	{
+		ZonJsonObject first;
+		firstRaw = json_object_new();
+		json_object_set_string_member(firstRaw, "tag", "first");
+		first.setJsonObject(firstRaw);
+		json_object_unref(firstRaw);
+		ZonJsonObject target;
+		ZonJsonObject& alias = target;
+		target = first;
+		target = second;
+		target = alias;
+		EXPECT_EQ(second.getJsonObject(), target.getJsonObject());
+	}
+	// Both wrappers are gone; only the reference the assignment never gave back keeps it alive.
+	// Giving it back frees the object: had a second reference leaked, the leak checker would
+	// report the object; had none, this release would be one too many and JSON-GLib would warn.
+	EXPECT_STREQ("first", json_object_get_string_member(firstRaw, "tag"));
+	json_object_unref(firstRaw);
+	EXPECT_EQ(0u, json_object_get_size(second.getJsonObject()));
+
+	// setJsonObject() is the non-leaking replacement, and survives being given its own object.
+	ZonJsonObject only = fresh();
+	only.setJsonObject(only.getJsonObject());
+	only.addStringMember("still", "alive");
+	EXPECT_EQ(R"({"still":"alive"})", text(only));
+}
+
+TEST_F(ZonJsonObjectTest, BuilderWritesCompactTextAndCopiesShare)
+{
+	ZonJsonBuilder builder;
+	std::string message = "stale";
+	builder.getJsonMessage(message);
+	EXPECT_EQ("{}", message);
+
+	builder.addStringMember("name", "a \"quoted\"\nline\t/ü");
+	builder.addBooleanMember("on", true);
+	builder.addIntegerMember("n", -3);
+	builder.addUnsignedLongLongMember("t", 1700000000123ULL);
+	builder.addIntegerMember("n", 4);
+	ZonJsonBuilder copy(builder);
+	copy.addBooleanMember("copy", false);
+	ZonJsonBuilder assigned;
+	ZonJsonBuilder& alias = assigned;
+	assigned = copy;
+	assigned = alias;
+	builder.getJsonMessage(message);
+	EXPECT_EQ(R"({"name":"a \"quoted\"\nline\t/ü","on":true,"n":4,"t":1700000000123,"copy":false})", message);
+	std::string assignedMessage;
+	assigned.getJsonMessage(assignedMessage);
+	EXPECT_EQ(message, assignedMessage);
+}
+
+TEST_F(ZonJsonObjectTest, AddingToAnEmptyWrapperIsAProgrammingError)
+{
+	ZonJsonObject empty;
+	EXPECT_DEATH(empty.addStringMember("a", "b"), "_jsonObject != nullptr");
+}
+
+}

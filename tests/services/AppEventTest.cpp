@@ -1,0 +1,114 @@
+// The application event hub and its listener base class. The hub is a process-wide singleton,
+// so every test removes what it registered.
+
+#include <string.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "AppEventListener.h"
+#include "AppEventManager.h"
+#include "HostFixture.h"
+
+using Events = std::vector<std::string>;
+
+namespace {
+
+class NamedListener : public AppEventListener {
+public:
+	NamedListener(Events& log, std::string name)
+		: _log(&log), _name(std::move(name))
+	{
+	}
+
+	void onEvent(AppEventManager::EventType event) override
+	{
+		_log->push_back(_name + std::to_string(event));
+		if (onEventHook)
+			onEventHook(event);
+	}
+
+	std::function<void(AppEventManager::EventType)> onEventHook;
+
+private:
+	Events* _log;
+	std::string _name;
+};
+
+}
+
+class AppEventHub : public HostFixture {
+protected:
+	AppEventManager* hub = AppEventManager::getInstance();
+};
+
+TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistration)
+{
+	EXPECT_EQ(hub, AppEventManager::getInstance());
+	Events log;
+	WSignal_ListenerId first = hub->addListener([&](AppEventManager::EventType e) { log.push_back("fn" + std::to_string(e)); });
+	{
+		NamedListener object(log, "obj");
+		WSignal_ListenerId last = hub->addListener([&](AppEventManager::EventType e) { log.push_back("last" + std::to_string(e)); });
+
+		hub->propagateEvent(AppEventManager::WEATHER_PACKAGE_STATE_CHANGED);
+		EXPECT_EQ((Events{"fn7", "obj7", "last7"}), log);
+		hub->removeListener(last);
+	}
+	log.clear();
+	hub->propagateEvent(AppEventManager::FONT_CHANGED);
+	EXPECT_EQ((Events{"fn0"}), log);
+
+	hub->removeListener(first);
+	hub->removeListener(0);
+	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
+	hub->removeListener(first);
+	std::string message = "Already removed listener! =" + std::to_string(first);
+	ASSERT_EQ(1u, zon_host_log_count_matching(message.c_str()));
+	for (size_t i = 0; i < zon_host_log_count(); ++i) {
+		const char* tag = nullptr;
+		if (strstr(zon_host_log_line(i, nullptr, &tag), message.c_str())) {
+			EXPECT_STREQ("WAPP", tag);
+		}
+	}
+}
+
+TEST_F(AppEventHub, ListenersCreatedAndDestroyedByOtherListeners)
+{
+	Events log;
+	NamedListener driver(log, "driver");
+	auto doomed = std::make_unique<NamedListener>(log, "doomed");
+	std::unique_ptr<NamedListener> latecomer;
+	driver.onEventHook = [&](AppEventManager::EventType event) {
+		if (event != AppEventManager::APP_PAUSED)
+			return;
+		doomed.reset();
+		latecomer = std::make_unique<NamedListener>(log, "late");
+		// A listener may announce a further event itself; it reaches the same listeners.
+		hub->propagateEvent(AppEventManager::TIME_CHANGED);
+	};
+	auto survivor = std::make_unique<NamedListener>(log, "survivor");
+
+	hub->propagateEvent(AppEventManager::APP_PAUSED);
+	EXPECT_EQ((Events{"driver5", "driver2", "survivor2", "survivor5"}), log);
+
+	log.clear();
+	hub->propagateEvent(AppEventManager::APP_RESUMED);
+	EXPECT_EQ((Events{"driver6", "survivor6", "late6"}), log);
+	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
+}
+
+TEST_F(AppEventHub, CopiedListenerHasItsOwnRegistration)
+{
+	Events log;
+	auto original = std::make_unique<NamedListener>(log, "a");
+	NamedListener copy(*original);
+	NamedListener assigned(log, "b");
+	assigned = copy;   // takes the name, keeps its own registration
+	original.reset();
+
+	hub->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
+	EXPECT_EQ((Events{"a3", "a3"}), log);
+	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
+}

@@ -1,0 +1,246 @@
+// The world map's GMT bands: navigation, scroll positions, GMT texts, header ids, and the band
+// the device starts on. The manager is a singleton built once per process, so what depends on
+// construction (the local-time link, the resource directory) runs in a fresh process each.
+#include <stdio.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <zon-host/zon_host.h>
+
+#include "HostFixture.h"
+#include "ZonMapGmtInfoManager.h"
+
+namespace {
+
+// Left edges of the bands as the map artwork has them.
+const std::vector<int> kStarts = {0, 13, 29, 95, 134, 145, 197, 216, 255, 274, 310, 352, 387, 450, 468,
+	483, 503, 521, 533, 541, 549, 558, 610, 629, 680, 717, 747, 779, 798};
+
+class MapGmtInfoManagerTest : public HostFixture {
+protected:
+	void SetUp() override
+	{
+		HostFixture::SetUp();
+		map = ZonMapGmtInfoManager::getInstance();
+	}
+
+	// Puts the current band at index by its left edge.
+	void selectBand(int index) { map->getDetailedPosX(kStarts[index]); }
+
+	int currentBand()
+	{
+		int x = map->getStartPosX();
+		for (size_t i = 0; i < kStarts.size(); ++i) {
+			if (kStarts[i] == x)
+				return static_cast<int>(i);
+		}
+		return -1;
+	}
+
+	ZonMapGmtInfoManager* map = nullptr;
+};
+
+TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesAndImages)
+{
+	ASSERT_EQ(29, map->size());
+	selectBand(20);
+	EXPECT_EQ("+5.75", map->getTitleGmt());
+	EXPECT_EQ("GMT+5:45", map->getGmtOfCityinfo());
+	std::string image = map->getImgPath();
+	const std::string suffix = "res/images/zonvista_dot_image/zonvista_dot_gmt_plus_5.75.png";
+	ASSERT_GE(image.size(), suffix.size());
+	EXPECT_EQ(suffix, image.substr(image.size() - suffix.size()));
+	EXPECT_EQ('/', image[0]);
+
+	selectBand(11);
+	EXPECT_EQ("0", map->getTitleGmt());
+	EXPECT_EQ("GMT+0", map->getGmtOfCityinfo());
+	selectBand(0);
+	EXPECT_EQ("-11", map->getTitleGmt());
+	EXPECT_NE(std::string::npos, map->getImgPath().find("zonvista_dot_gmt_minus_11.png"));
+}
+
+TEST_F(MapGmtInfoManagerTest, IndexWrapsAroundAtBothEnds)
+{
+	selectBand(28);
+	map->increaseIndex();
+	EXPECT_EQ(0, currentBand());
+	map->decreaseIndex();
+	EXPECT_EQ(28, currentBand());
+
+	selectBand(5);
+	for (int i = 0; i < 29; ++i)
+		map->increaseIndex();
+	EXPECT_EQ(5, currentBand());
+}
+
+TEST_F(MapGmtInfoManagerTest, ScrollPositionPicksTheNearestLeftEdge)
+{
+	struct Case {
+		int posX, band;
+	};
+	const Case cases[] = {
+		{352, 11}, {369, 11}, {370, 12}, // 17 against 18, then 18 against 17
+		{21, 1},                         // 8 from both: the lower band wins
+		{0, 0}, {798, 28}, {797, 28},    // the last band is reached only from the left
+		{-5, 28}, {900, 28},             // off the map on either side ends on the last band
+	};
+	for (const Case& c : cases) {
+		selectBand(5);
+		EXPECT_EQ(kStarts[c.band], map->getDetailedPosX(c.posX)) << "posX " << c.posX;
+		EXPECT_EQ(c.band, currentBand()) << "posX " << c.posX;
+	}
+
+	// Every position of the map, against the nearest edge worked out over all bands.
+	for (int x = -3; x <= 802; ++x) {
+		int nearest = 28;
+		if (x >= 0 && x <= kStarts.back()) {
+			nearest = 0;
+			for (int i = 1; i < 29; ++i) {
+				if (abs(kStarts[i] - x) < abs(kStarts[nearest] - x))
+					nearest = i;
+			}
+		}
+		EXPECT_EQ(kStarts[nearest], map->getDetailedPosX(x)) << "posX " << x;
+		selectBand(3);
+		map->updateIndexOnScroll(x);
+		EXPECT_EQ(nearest, currentBand()) << "posX " << x;
+	}
+}
+
+TEST_F(MapGmtInfoManagerTest, OnlyTheDetailedSelectionIsLogged)
+{
+	zon_host_log_clear();
+	map->updateIndexOnScroll(370);
+	EXPECT_EQ(0u, zon_host_log_count());
+	map->getDetailedPosX(370);
+	EXPECT_TRUE(zon_host_log_contains("_gmtIndex : 12"));
+}
+
+TEST_F(MapGmtInfoManagerTest, GmtTextSelectsItsBandOrTheWholeHourNearerToZero)
+{
+	struct Case {
+		const char* gmt;
+		int band;
+	};
+	const Case cases[] = {
+		{"GMT+9:30", 24}, {"GMT-4:30", 7}, {"GMT-3:30", 8}, {"GMT+6:30", 21},
+		{"GMT+5:45", 20}, {"GMT+3:30", 15}, {"GMT+4:30", 17}, {"GMT+5:30", 19},
+		{"GMT-11", 0}, {"GMT+0", 11}, {"GMT+13", 28},
+	};
+	for (const Case& c : cases) {
+		selectBand(3);
+		map->setGmtIndex(c.gmt);
+		EXPECT_EQ(c.band, currentBand()) << c.gmt;
+	}
+
+	for (const char* unknown : {"GMT+14", "GMT-0", "gmt+5", "GMT+5 ", "GMT+5:00", "", "GMT+9:3"}) {
+		selectBand(3);
+		zon_host_log_clear();
+		map->setGmtIndex(unknown);
+		EXPECT_EQ(1u, zon_host_log_count_matching("_gmtIndex : 3")) << "'" << unknown << "'";
+		EXPECT_EQ(3, currentBand()) << "'" << unknown << "'";
+	}
+}
+
+TEST_F(MapGmtInfoManagerTest, HeaderIdsCoverTheBandsButNotMinusFourThirty)
+{
+	for (int i = 0; i < 29; ++i) {
+		selectBand(i);
+		EXPECT_NE("", map->getFormattedGmtOfCityinfo(map->getGmtOfCityinfo())) << "band " << i;
+	}
+	EXPECT_EQ("WDS_ZON_HEADER_GMT_03_C30_ABB", map->getFormattedGmtOfCityinfo("GMT-3:30"));
+	EXPECT_EQ("WDS_ZON_HEADER_GMTPLUS09_C30_ABB", map->getFormattedGmtOfCityinfo("GMT+9:30"));
+	EXPECT_EQ("WDS_ZON_HEADER_GMTPLUS05_C45_ABB", map->getFormattedGmtOfCityinfo("GMT+5:45"));
+	EXPECT_EQ("WDS_ZON_HEADER_GMT_09_C00_ABB", map->getFormattedGmtOfCityinfo("GMT-9"));
+	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT-4:30"));
+	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT-4:30")) << "remembered empty, not filled";
+	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT+14"));
+}
+
+// ---- construction, each in a new process ----
+
+class MapDeviceBandTest : public MapGmtInfoManagerTest {
+protected:
+	void SetUp() override
+	{
+		GTEST_FLAG_SET(death_test_style, "threadsafe");
+		HostFixture::SetUp();
+		// Error lines of the child go to its standard error, where the expectation reads them.
+		setEnv("ZON_HOST_LOG", nullptr);
+		link = rootPath("fs/opt/etc/localtime");
+		zon_host_root(); // a new device gets its link here
+	}
+
+	void pointLinkAt(const char* target)
+	{
+		unlink(link.c_str());
+		ASSERT_EQ(0, symlink(target, link.c_str()));
+	}
+
+	// Builds the manager and reports the band it starts on, then leaves the child's device.
+	[[noreturn]] void reportStartBand()
+	{
+		ZonMapGmtInfoManager* fresh = ZonMapGmtInfoManager::getInstance();
+		const std::string needle = "readlink > _currentGmt : ";
+		std::string target = "?";
+		for (size_t i = 0; i < zon_host_log_count(); ++i) {
+			std::string line = zon_host_log_line(i, nullptr, nullptr);
+			size_t at = line.find(needle);
+			if (at != std::string::npos)
+				target = line.substr(at + needle.size(), line.find('\033', at) - at - needle.size());
+		}
+		fprintf(stderr, "link=[%s] start=%d image=%s;\n", target.c_str(), fresh->getStartPosX(),
+			fresh->getImgPath().c_str());
+		removeTree(root());
+		exit(0);
+	}
+
+	std::string link;
+};
+
+TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLink)
+{
+	struct Case {
+		const char* target;
+		int start;
+	};
+	const Case cases[] = {
+		{"Asia/Kathmandu", 549},     // GMT+5:45, a band of its own
+		{"Asia/Kolkata", 541},       // GMT+5:30
+		{"Asia/Kabul", 521},         // GMT+4:30
+		{"Asia/Rangoon", 558},       // GMT+6:30, cut to GMT+6
+		{"America/St_Johns", 255},   // GMT-3:30, cut to GMT-3
+		{"Australia/Adelaide", 680}, // GMT+9:30, cut to GMT+9
+		{"Pacific/Tongatapu", 798},
+		// The link as a device has it, to the zone file: the target names no catalogue city.
+		{"/usr/share/zoneinfo/Asia/Kathmandu", 0},
+		{"Mars/Olympus_Mons", 0},
+	};
+	for (const Case& c : cases) {
+		pointLinkAt(c.target);
+		EXPECT_EXIT(reportStartBand(), ::testing::ExitedWithCode(0), "start=" + std::to_string(c.start) + " ")
+			<< c.target;
+	}
+}
+
+TEST_F(MapDeviceBandTest, NoLinkAndNoResourceDirectoryStillGiveAMap)
+{
+	unlink(link.c_str());
+	EXPECT_EXIT(reportStartBand(), ::testing::ExitedWithCode(0), "link=\\[\\] start=0 ");
+
+	pointLinkAt("Asia/Kathmandu");
+	EXPECT_EXIT(
+		{
+			zon_host_fault_inject("app_get_resource_path", 1, -12);
+			reportStartBand();
+		},
+		::testing::ExitedWithCode(0), "start=549 image=images/zonvista_dot_image/zonvista_dot_gmt_plus_5.75.png;");
+}
+
+} // namespace

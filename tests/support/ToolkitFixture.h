@@ -1,0 +1,213 @@
+/*
+ * ToolkitFixture.h - Elementary without a display, for tests that create toolkit objects.
+ *
+ * On top of HostFixture (a fresh device per test), SetUp starts the toolkit on its buffer
+ * engine and opens a 360x360 window; TearDown deletes the window, shuts the toolkit down and
+ * fails the test if the toolkit logged a fault meanwhile: a critical line, or a failed safety
+ * check. EFL reports misuse of its API (a callback added to a deleted object, a null where an
+ * object belongs) as a failed safety check at error level and carries on, so without this check
+ * such faults pass unnoticed. Other error lines are not faults: the toolkit logs those for a
+ * missing desktop session too.
+ *
+ * A test binary that includes this header sets the toolkit's environment before main(), for all
+ * its tests: Eina reads the directories below once, at its first initialisation, and other code
+ * of the binary (the host's theme service, for one) may initialise Eina before the first toolkit
+ * test runs.
+ * - HOME is a directory of the process's own, /tmp/zon-toolkit-test-<pid>, made by the first
+ *   toolkit test and removed when the process exits: the toolkit keeps its configuration there.
+ * - XDG_RUNTIME_DIR and XDG_CACHE_HOME are shared by all test processes of the user and kept
+ *   between runs, under /tmp/zon-toolkit-<uid>: the toolkit starts a helper daemon (efreetd)
+ *   that listens and caches there and outlives the process by seconds, writing as it goes, so a
+ *   directory removed at exit would come back. Processes running side by side share the one
+ *   daemon.
+ * - The buffer engine is selected, and chatter that only reflects the missing desktop session
+ *   (system bus modules, backtraces) is turned off unless the environment already says
+ *   otherwise.
+ *
+ *   class ViewTest : public ToolkitFixture {};
+ *   TEST_F(ViewTest, ...) {
+ *       Evas_Object* button = elm_button_add(window());
+ *       ...
+ *       evas_object_del(button);
+ *   }
+ *
+ * A test that provokes a fault on purpose reads and clears the recorded lines with
+ * takeToolkitFaults().
+ */
+#ifndef ZON_TESTS_TOOLKIT_FIXTURE_H
+#define ZON_TESTS_TOOLKIT_FIXTURE_H
+
+#include <fcntl.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <Elementary.h>
+
+#include "HostFixture.h"
+
+class ToolkitFixture : public HostFixture {
+protected:
+	void SetUp() override
+	{
+		HostFixture::SetUp();
+		if (HasFatalFailure())
+			return;
+		makePrivateDir();
+		takeToolkitFaults();
+		eina_log_print_cb_set(recordFaultCb, nullptr);
+		ASSERT_GT(initToolkit(), 0);
+		toolkitUp_ = true;
+		window_ = elm_win_util_standard_add("zon-tests", "zon-tests");
+		ASSERT_NE(window_, nullptr);
+		evas_object_resize(window_, 360, 360);
+		evas_object_show(window_);
+	}
+
+	void TearDown() override
+	{
+		if (window_) {
+			evas_object_del(window_);
+			window_ = nullptr;
+		}
+		if (toolkitUp_) {
+			elm_shutdown();
+			toolkitUp_ = false;
+		}
+		eina_log_print_cb_set(eina_log_print_cb_stderr, nullptr);
+		for (const std::string& line : takeToolkitFaults())
+			ADD_FAILURE() << "toolkit fault: " << line;
+		HostFixture::TearDown();
+	}
+
+	Evas_Object* window() const { return window_; }
+	Evas* evas() const { return evas_object_evas_get(window_); }
+
+	// The fault lines logged since the last call (or since SetUp), and forgets them.
+	static std::vector<std::string> takeToolkitFaults()
+	{
+		std::lock_guard<std::mutex> lock(faultMutex());
+		std::vector<std::string> lines;
+		lines.swap(faultLines());
+		return lines;
+	}
+
+public:
+	// Sets the environment; HOME itself is made by the first toolkit test of the process, so that
+	// processes which run none (test listing, death-test children) leave nothing behind.
+	static void prepareEnvironment()
+	{
+		static bool prepared = false;
+		if (prepared)
+			return;
+		prepared = true;
+		setenv("HOME", privateDir().c_str(), 1);
+		std::string shared = "/tmp/zon-toolkit-" + std::to_string(getuid());
+		std::string runtime = shared + "/runtime";
+		std::string cache = shared + "/cache";
+		for (const std::string& dir : {shared, runtime, cache})
+			mkdir(dir.c_str(), 0700);
+		setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+		setenv("XDG_CACHE_HOME", cache.c_str(), 1);
+		setenv("ELM_DISPLAY", "buffer", 1);
+		setenv("ELM_ENGINE", "buffer", 1);
+		setenv("ECORE_NO_SYSTEM_MODULES", "1", 0);
+		setenv("EINA_LOG_BACKTRACE", "-1", 0);
+	}
+
+private:
+	static const std::string& privateDir()
+	{
+		static const std::string dir = "/tmp/zon-toolkit-test-" + std::to_string(getpid());
+		return dir;
+	}
+
+	static void makePrivateDir()
+	{
+		static bool made = false;
+		if (made)
+			return;
+		made = true;
+		// A process that died with this pid before may have left its directory.
+		removeTree(privateDir());
+		if (mkdir(privateDir().c_str(), 0700) != 0) {
+			perror("toolkit fixture: mkdir");
+			abort();
+		}
+		atexit([] { removeTree(privateDir()); });
+	}
+
+	// The toolkit starts a helper daemon (efreetd) that inherits standard output and error and
+	// outlives the test process by seconds; ctest waits for those pipes to close. The daemon gets
+	// /dev/null instead. Faults logged meanwhile are still recorded.
+	static int initToolkit()
+	{
+		fflush(stdout);
+		fflush(stderr);
+		int savedOut = dup(STDOUT_FILENO);
+		int savedErr = dup(STDERR_FILENO);
+		int devNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
+		if (savedOut < 0 || savedErr < 0 || devNull < 0) {
+			perror("toolkit fixture: redirecting output");
+			abort();
+		}
+		dup2(devNull, STDOUT_FILENO);
+		dup2(devNull, STDERR_FILENO);
+		int result = elm_init(0, nullptr);
+		fflush(stdout);
+		fflush(stderr);
+		dup2(savedOut, STDOUT_FILENO);
+		dup2(savedErr, STDERR_FILENO);
+		close(savedOut);
+		close(savedErr);
+		close(devNull);
+		return result;
+	}
+
+	static void recordFaultCb(const Eina_Log_Domain* domain, Eina_Log_Level level, const char* file,
+		const char* fnc, int line, const char* fmt, void* data, va_list args)
+	{
+		bool safetyCheck = level == EINA_LOG_LEVEL_ERR && domain && domain->name
+			&& strcmp(domain->name, "eina_safety") == 0;
+		if (level <= EINA_LOG_LEVEL_CRITICAL || safetyCheck) {
+			va_list copy;
+			va_copy(copy, args);
+			char message[1024];
+			vsnprintf(message, sizeof(message), fmt, copy);
+			va_end(copy);
+			std::lock_guard<std::mutex> lock(faultMutex());
+			faultLines().push_back(std::string(domain && domain->name ? domain->name : "?") + " "
+				+ (file ? file : "?") + ":" + std::to_string(line) + " " + (fnc ? fnc : "?") + "() "
+				+ message);
+		}
+		eina_log_print_cb_stderr(domain, level, file, fnc, line, fmt, data, args);
+	}
+
+	static std::vector<std::string>& faultLines()
+	{
+		static std::vector<std::string> lines;
+		return lines;
+	}
+
+	static std::mutex& faultMutex()
+	{
+		static std::mutex mutex;
+		return mutex;
+	}
+
+	Evas_Object* window_ = nullptr;
+	bool toolkitUp_ = false;
+};
+
+namespace zon_toolkit_fixture_detail {
+inline const bool environmentPrepared = (ToolkitFixture::prepareEnvironment(), true);
+}
+
+#endif /* ZON_TESTS_TOOLKIT_FIXTURE_H */

@@ -1,0 +1,184 @@
+/*
+ * WeatherTestSupport.h - what the weather suites share: a device with the weather agent and the
+ * world-clock service installed, a pinned wall clock, the stored weather rows as another process
+ * reads them, and access to the handler's private conversions.
+ */
+#ifndef ZON_TESTS_WEATHER_TEST_SUPPORT_H
+#define ZON_TESTS_WEATHER_TEST_SUPPORT_H
+
+#include <stdlib.h>
+#include <time.h>
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <app_alarm.h>
+#include <app_common.h>
+#include <app_control.h>
+#include <app_preference.h>
+#include <bundle.h>
+#include <message_port.h>
+#include <zon-host/zon_host.h>
+
+#include "HostFixture.h"
+#include "ZonDBManager.h"
+#include "ZonWeatherAgentHandler.h"
+
+// FrozenClock.cpp: while pinned, time() answers `now` everywhere in the process, the library
+// included. GLib's timers (alarms, deliveries) run on the monotonic clock and are not affected.
+void pinWallClock(time_t now);
+void unpinWallClock();
+
+class ZonWeatherAgentHandlerTestPeer {
+public:
+	static WeatherType convertIconId(int iconId) { return ZonWeatherAgentHandler::_convertIconIdToWeatherType(iconId); }
+	static void findComma(char* text) { ZonWeatherAgentHandler::_findComma(text); }
+	static int alarmId(const ZonWeatherAgentHandler& handler) { return handler._weatherAgentTimeoutAlarmId; }
+	static int messagePortId(const ZonWeatherAgentHandler& handler) { return handler._messagePortId; }
+	static const std::map<std::string, int>& latitudes(const ZonWeatherAgentHandler& handler)
+	{
+		return handler.latToCityIdMap;
+	}
+};
+
+namespace weathertest {
+
+// 2023-11-14 22:13:20 UTC.
+const time_t kNow = 1700000000;
+const char kInstance[] = "weather-widget-7";
+
+// The cache's clock, worked out independently of the library: the wall time of POSIX "GMT+9"
+// (nine hours west of UTC) read back as a time of the local zone.
+inline time_t weatherClockAt(time_t utc)
+{
+	time_t west = utc - 9 * 3600;
+	tm broken;
+	gmtime_r(&west, &broken);
+	broken.tm_isdst = 0;
+	return mktime(&broken);
+}
+
+struct WeatherRow {
+	int weatherType;
+	int temperature;
+	int isCentigrade;
+	long long lastUpdateTime;
+	int isExternal;
+};
+
+inline std::string databasePath()
+{
+	char* dir = app_get_data_path();
+	std::string path = std::string(dir ? dir : "") + "zonvista.db";
+	free(dir);
+	return path;
+}
+
+// The city's rows, main list first, read through a connection of their own.
+inline std::vector<WeatherRow> weatherRows(int cityId)
+{
+	std::vector<WeatherRow> rows;
+	sqlite3* db = nullptr;
+	if (sqlite3_open_v2(databasePath().c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+		sqlite3_stmt* stmt = nullptr;
+		std::string sql = "SELECT weather_type, temparature, is_centigrade, last_update_time, is_external "
+			"FROM added_city2 WHERE city_id = " + std::to_string(cityId) + " ORDER BY is_external, id;";
+		if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
+			while (sqlite3_step(stmt) == SQLITE_ROW)
+				rows.push_back({sqlite3_column_int(stmt, 0), sqlite3_column_int(stmt, 1), sqlite3_column_int(stmt, 2),
+					sqlite3_column_int64(stmt, 3), sqlite3_column_int(stmt, 4)});
+		}
+		sqlite3_finalize(stmt);
+	}
+	sqlite3_close(db);
+	return rows;
+}
+
+inline int preferenceInt(const char* key)
+{
+	int value = -1;
+	if (preference_get_int(key, &value) != PREFERENCE_ERROR_NONE)
+		return -1;
+	return value;
+}
+
+// The extra data of launch i, in the order the request held them.
+inline std::vector<std::pair<std::string, std::string>> launchExtras(size_t i)
+{
+	std::vector<std::pair<std::string, std::string>> extras;
+	zon_host_launch launch;
+	if (!zon_host_launch_get(i, &launch))
+		return extras;
+	for (size_t k = 0; k < launch.extra_count; ++k)
+		extras.emplace_back(launch.extra_keys[k], launch.extra_values[k] ? launch.extra_values[k] : "(array)");
+	return extras;
+}
+
+inline std::vector<zon_host_alarm> pendingAlarms()
+{
+	std::vector<zon_host_alarm> alarms;
+	zon_host_alarm alarm;
+	for (size_t i = 0; zon_host_alarm_get(i, &alarm); ++i)
+		alarms.push_back(alarm);
+	return alarms;
+}
+
+// Puts the agent in ZON_HOST_WEATHER_FIXED mode: it answers exactly these pairs (and echoes
+// "lat"/"lon" unless the pairs name them).
+inline void agentAnswers(const std::vector<std::pair<const char*, const char*>>& pairs)
+{
+	std::vector<const char*> keys;
+	std::vector<const char*> values;
+	for (const auto& pair : pairs) {
+		keys.push_back(pair.first);
+		values.push_back(pair.second);
+	}
+	zon_host_weather_agent_config config = {};
+	config.mode = ZON_HOST_WEATHER_FIXED;
+	config.fixed_keys = keys.data();
+	config.fixed_values = values.data();
+	config.fixed_count = pairs.size();
+	ASSERT_EQ(0, zon_host_install_weather_agent(&config));
+}
+
+} // namespace weathertest
+
+// A device with the agent (answering at once, weather for kNow) and the service, the city
+// database open, and the wall clock pinned at kNow.
+class WeatherFixture : public HostFixture {
+protected:
+	void SetUp() override
+	{
+		HostFixture::SetUp();
+		pinWallClock(weathertest::kNow);
+		zon_host_weather_agent_config config = {};
+		config.date = weathertest::kNow;
+		ASSERT_EQ(0, zon_host_install_weather_agent(&config));
+		ASSERT_EQ(0, zon_host_install_zonvista_service());
+		ZonDBManager::getInstance()->initialize();
+	}
+
+	void TearDown() override
+	{
+		ZonDBManager::getInstance()->finalize();
+		unpinWallClock();
+		HostFixture::TearDown();
+	}
+
+	// Every record the handler hands out, copied, and the time-outs it reports.
+	void watch(ZonWeatherAgentHandler& handler)
+	{
+		handler.setReceiveWeatherDataFunc([this](ZonWeatherReplayData& data) { received.push_back(data); });
+		handler.setTimeOutCb([this]() { ++timeOuts; });
+	}
+
+	std::vector<ZonWeatherReplayData> received;
+	int timeOuts = 0;
+};
+
+#endif /* ZON_TESTS_WEATHER_TEST_SUPPORT_H */
