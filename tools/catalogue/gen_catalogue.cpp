@@ -13,6 +13,8 @@
  * Anything unexpected in the table stops the run with a message naming the line, and nothing is
  * written: the header is committed, and a half-checked table must not silently replace it.
  */
+#include "../common/TableTool.h"
+
 #include <unicode/coll.h>
 #include <unicode/locid.h>
 #include <unicode/utf8.h>
@@ -28,6 +30,12 @@
 #include <vector>
 
 namespace {
+
+using table_tool::splitTabs;
+using table_tool::where;
+
+[[noreturn]] void fail(const std::string& message) { table_tool::fail("gen_catalogue", message); }
+void writeFile(const std::string& path, const std::string& text) { table_tool::writeFile("gen_catalogue", path, text); }
 
 constexpr int kCityCount = 331;
 constexpr size_t kTextSize = 128; // bytes of a Cityinfo text field, NUL included
@@ -54,30 +62,6 @@ struct City {
 	std::string fields[COL_COUNT];
 	int chineseIndex = 0;
 };
-
-[[noreturn]] void fail(const std::string& message)
-{
-	std::cerr << "gen_catalogue: " << message << "\n";
-	std::exit(EXIT_FAILURE);
-}
-
-std::string where(const std::string& path, int line)
-{
-	return path + ":" + std::to_string(line) + ": ";
-}
-
-std::vector<std::string> splitTabs(const std::string& line)
-{
-	std::vector<std::string> cells;
-	size_t start = 0;
-	for (;;) {
-		size_t tab = line.find('\t', start);
-		cells.push_back(line.substr(start, tab == std::string::npos ? std::string::npos : tab - start));
-		if (tab == std::string::npos)
-			return cells;
-		start = tab + 1;
-	}
-}
 
 bool isValidUtf8(const std::string& text)
 {
@@ -247,27 +231,6 @@ std::string renderHeader(const std::vector<City>& cities)
 		"\n"
 		"#endif /* ZON_CITY_LIST_H */\n";
 	return out.str();
-}
-
-// Written beside the target and renamed over it, so a failed write leaves the old header whole.
-void writeFile(const std::string& path, const std::string& text)
-{
-	const std::string temporary = path + ".tmp";
-	{
-		std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-		if (!out)
-			fail("cannot create " + temporary);
-		out << text;
-		out.close();
-		if (!out) {
-			std::remove(temporary.c_str());
-			fail("error writing " + temporary);
-		}
-	}
-	if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-		std::remove(temporary.c_str());
-		fail("cannot replace " + path);
-	}
 }
 
 } // namespace

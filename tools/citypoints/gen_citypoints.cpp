@@ -16,6 +16,8 @@
  * Anything unexpected stops the run with a message naming the line, and nothing is written: the
  * header is committed, and a half-checked table must not silently replace it.
  */
+#include "../common/TableTool.h"
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +30,12 @@
 
 namespace {
 
+using table_tool::splitTabs;
+using table_tool::where;
+
+[[noreturn]] void fail(const std::string& message) { table_tool::fail("gen_citypoints", message); }
+void writeFile(const std::string& path, const std::string& text) { table_tool::writeFile("gen_citypoints", path, text); }
+
 constexpr int kCityCount = 331;
 
 struct Point {
@@ -38,30 +46,6 @@ struct Point {
 	std::string latitudeKey;
 	int line = 0;
 };
-
-[[noreturn]] void fail(const std::string& message)
-{
-	std::cerr << "gen_citypoints: " << message << "\n";
-	std::exit(EXIT_FAILURE);
-}
-
-std::string where(const std::string& path, int line)
-{
-	return path + ":" + std::to_string(line) + ": ";
-}
-
-std::vector<std::string> splitTabs(const std::string& line)
-{
-	std::vector<std::string> cells;
-	size_t start = 0;
-	for (;;) {
-		size_t tab = line.find('\t', start);
-		cells.push_back(line.substr(start, tab == std::string::npos ? std::string::npos : tab - start));
-		if (tab == std::string::npos)
-			return cells;
-		start = tab + 1;
-	}
-}
 
 int parseId(const std::string& text, const std::string& at)
 {
@@ -255,27 +239,6 @@ std::string renderHeader(const std::vector<Point>& points)
 		"\n"
 		"#endif /* ZON_CITY_POINTS_H */\n";
 	return out.str();
-}
-
-// Written beside the target and renamed over it, so a failed write leaves the old header whole.
-void writeFile(const std::string& path, const std::string& text)
-{
-	const std::string temporary = path + ".tmp";
-	{
-		std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-		if (!out)
-			fail("cannot create " + temporary);
-		out << text;
-		out.close();
-		if (!out) {
-			std::remove(temporary.c_str());
-			fail("error writing " + temporary);
-		}
-	}
-	if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-		std::remove(temporary.c_str());
-		fail("cannot replace " + path);
-	}
 }
 
 } // namespace
