@@ -1,20 +1,19 @@
 /*
  * CloudFixture.h - a device whose application answers the cloud service's launches.
  *
- * The fixture installs the current application as a stand-in; when the service launches it,
- * the test's `onLaunch` runs with the request, as an application's app-control handler would.
- * TestBackup and TestRestore are the smallest subclasses that show what the models do: keys
- * "key.<i>" and the given values, and a record of every value a restore hands over.
+ * When the service launches the application, `onLaunch` runs with the request, as an
+ * application's app-control handler would. TestBackup backs up keys "key.<i>" with the given
+ * values; TestRestore keys record i as "restored.<i>" and records every value it is handed.
  */
 #ifndef ZON_TESTS_CLOUD_FIXTURE_H
 #define ZON_TESTS_CLOUD_FIXTURE_H
 
-#include <sys/time.h>
-#include <time.h>
-
+#include <cstring>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,50 +22,32 @@
 #include "HostFixture.h"
 #include "RestoreModel.h"
 
+using Texts = std::vector<std::string>;
+using Seen = std::vector<std::pair<int, std::optional<std::string>>>;
+
 class TestBackup : public BackupModel {
 public:
-	TestBackup(app_control_h request, std::vector<std::string> values, bool isGetInfo = false)
-		: BackupModel(request, values.size(), isGetInfo)
-		, values(std::move(values))
+	TestBackup(app_control_h request, Texts values, bool isGetInfo = false)
+		: BackupModel(request, values.size(), isGetInfo), values(std::move(values))
 	{
 	}
-
 	std::string getKeyStr(int index) override { return "key." + std::to_string(index); }
 	std::string getJsonStr(int index) override { return values.at(index); }
-
 	using BackupModel::_removeFile;
 
-	std::vector<std::string> values;
+	Texts values;
 };
 
 class TestRestore : public RestoreModel {
 public:
 	using RestoreModel::RestoreModel;
-
 	std::string getKeyStrFromJsonStr(int index, const char* jsonStr) override
 	{
 		seen.emplace_back(index, jsonStr ? std::optional<std::string>(jsonStr) : std::nullopt);
 		return "restored." + std::to_string(index);
 	}
 
-	using RestoreModel::_removeFile;
-
-	std::vector<std::pair<int, std::optional<std::string>>> seen;
-};
-
-struct Completion {
-	int calls = 0;
-	bool result = false;
-	void* model = nullptr;
-
-	std::function<void(bool, void*)> callback()
-	{
-		return [this](bool r, void* m) {
-			++calls;
-			result = r;
-			model = m;
-		};
-	}
+	Seen seen;
 };
 
 class CloudFixture : public HostFixture {
@@ -75,6 +56,8 @@ protected:
 	{
 		HostFixture::SetUp();
 		installApp();
+		source = root() + "/source.dat";
+		writeSource();
 	}
 
 	void TearDown() override
@@ -95,66 +78,82 @@ protected:
 		zon_host_reset();
 		zon_host_log_capture(true);
 		installApp();
-		completion = Completion();
+		calls = 0;
+		result = ranOk = false;
 	}
 
-	// The application's answer to a backup launch: a TestBackup of `values`, run at once.
-	void answerBackupWith(std::vector<std::string> values, bool isGetInfo = false)
+	// The restore source: three records "old.<i>" with values {"n":<i>}.
+	void writeSource() { writeRecordFile(source, {{"old.0", "{\"n\":0}"}, {"old.1", "{\"n\":1}"}, {"old.2", "{\"n\":2}"}}); }
+
+	// The application's answer to a launch of `kind`: a model made and run at once, which reports
+	// its completion into calls, result and model. A backup model backs up `values`.
+	void answer(zon_host_cloud_session_e kind, Texts values = {"{}"})
 	{
-		onLaunch = [this, values, isGetInfo](app_control_h request) {
-			backup.reset(new TestBackup(request, values, isGetInfo));
-			backup->setOnBackupCompleted(completion.callback());
-			ranOk = backup->run();
+		onLaunch = [this, kind, values](app_control_h request) {
+			auto completion = [this](bool r, void* m) { ++calls; result = r; model = m; };
+			if (kind == ZON_HOST_CLOUD_RESTORE) {
+				restore.reset(new TestRestore(request));
+				restore->setOnRestoreCompleted(completion);
+				ranOk = restore->run();
+			} else {
+				backup.reset(new TestBackup(request, values, kind == ZON_HOST_CLOUD_BACKUP_INFO));
+				backup->setOnBackupCompleted(completion);
+				ranOk = backup->run();
+			}
 		};
 	}
 
-	void answerRestore()
+	zon_host_cloud_state_e runSession(zon_host_cloud_session_e kind, const char* from = nullptr)
 	{
-		onLaunch = [this](app_control_h request) {
-			restore.reset(new TestRestore(request));
-			restore->setOnRestoreCompleted(completion.callback());
-			ranOk = restore->run();
-		};
-	}
-
-	zon_host_cloud_state_e runSession(zon_host_cloud_session_e kind, const char* source = nullptr)
-	{
-		EXPECT_EQ(0, zon_host_cloud_start(kind, source));
+		EXPECT_EQ(0, zon_host_cloud_start(kind, from));
 		return zon_host_cloud_wait(1000);
 	}
-
-	static std::vector<std::string> events()
+	// A backup of `values`, or a restore of the source.
+	zon_host_cloud_state_e runWith(zon_host_cloud_session_e kind, Texts values = {"{}"})
 	{
-		std::vector<std::string> list;
+		answer(kind, values);
+		return runSession(kind, kind == ZON_HOST_CLOUD_RESTORE ? source.c_str() : nullptr);
+	}
+
+	static Texts events()
+	{
+		Texts list;
 		for (size_t i = 0; i < zon_host_cloud_event_count(); ++i)
 			list.push_back(zon_host_cloud_event(i));
 		return list;
 	}
+	static std::string lastEvent() { return events().empty() ? "" : events().back(); }
+	static std::string failure() { return zon_host_cloud_failure() ? zon_host_cloud_failure() : ""; }
 
-	static std::string lastEvent()
+	// One field (0 key, 1 date, 2 value) of every record the service saw; "<none>" when absent.
+	static Texts serviceRecords(int field)
 	{
-		size_t count = zon_host_cloud_event_count();
-		return count ? zon_host_cloud_event(count - 1) : std::string();
-	}
-
-	static std::string failure()
-	{
-		const char* text = zon_host_cloud_failure();
-		return text ? text : "";
+		Texts out;
+		for (size_t i = 0; i < zon_host_cloud_record_count(); ++i) {
+			const char* texts[3] = {};
+			zon_host_cloud_record(i, &texts[0], &texts[1], &texts[2]);
+			out.push_back(texts[field] ? texts[field] : "<none>");
+		}
+		return out;
 	}
 
 	// The single reply the application gave, as app_control_result_e; 99 when not exactly one.
 	static int onlyReply()
 	{
 		zon_host_reply reply;
-		if (zon_host_reply_count() != 1 || !zon_host_reply_get(0, &reply))
-			return 99;
-		return reply.result;
+		return zon_host_reply_count() == 1 && zon_host_reply_get(0, &reply) ? reply.result : 99;
 	}
 
 	std::string trustedPath(const char* name) const
 	{
 		return rootPath(std::string("apps/") + ZON_HOST_DEFAULT_APP_ID + "/shared/trusted/" + name);
+	}
+
+	static std::string readAll(const std::string& path)
+	{
+		std::stringstream text;
+		text << std::ifstream(path).rdbuf();
+		return text.str();
 	}
 
 	// Writes a record file of (key, value) pairs with the platform's own writer.
@@ -174,40 +173,53 @@ protected:
 		ASSERT_EQ(KORVATH_CLOUD_ERROR_NONE, korvath_cloud_list_destroy(list));
 	}
 
-	// The values of a record file, in order; a record without value reads as "<none>".
-	static std::vector<std::string> fileValues(const std::string& path)
+	// The values of a record file, read with the platform's reader; "<none>" for a record without
+	// one, nothing when the file can't be read.
+	static Texts fileValues(const std::string& path)
 	{
-		std::vector<std::string> values;
+		Texts out;
 		korvath_cloud_list_h list = nullptr;
 		if (korvath_cloud_file_create_record_list(path.c_str(), &list) != KORVATH_CLOUD_ERROR_NONE)
-			return values;
+			return out;
 		int count = 0;
 		korvath_cloud_list_get_record_count(list, &count);
 		korvath_cloud_list_move_to_first(list);
-		for (int i = 0; i < count; ++i) {
+		for (int i = 0; i < count; ++i, korvath_cloud_list_move_to_next(list)) {
 			korvath_cloud_record_h record = nullptr;
 			const char* value = nullptr;
 			korvath_cloud_list_get_current_record(list, &record);
 			korvath_cloud_record_get_value(record, &value);
-			values.push_back(value ? value : "<none>");
-			korvath_cloud_list_move_to_next(list);
+			out.push_back(value ? value : "<none>");
 		}
 		korvath_cloud_list_destroy(list);
-		return values;
+		return out;
 	}
 
-	static unsigned long long nowMs()
+	// How many log lines contain `needle`; each must carry `tag` and `priority` and come from
+	// `origin` ("<file>: <function>(").
+	static size_t countTagged(const std::string& needle, const char* tag, int priority, const char* origin)
 	{
-		struct timeval now;
-		gettimeofday(&now, nullptr);
-		return (unsigned long long)now.tv_sec * 1000ULL + now.tv_usec / 1000;
+		size_t found = 0;
+		for (size_t i = 0; i < zon_host_log_count(); ++i) {
+			int linePriority = 0;
+			const char* lineTag = nullptr;
+			std::string line = zon_host_log_line(i, &linePriority, &lineTag);
+			if (line.find(needle) != std::string::npos) {
+				++found;
+				EXPECT_TRUE(!strcmp(tag, lineTag) && priority == linePriority && !line.find(origin)) << line;
+			}
+		}
+		return found;
 	}
 
 	std::function<void(app_control_h)> onLaunch;
 	std::unique_ptr<TestBackup> backup;
 	std::unique_ptr<TestRestore> restore;
-	Completion completion;
-	bool ranOk = false;
+	int calls = 0;        // completion notices
+	bool result = false;  // of the last notice
+	void* model = nullptr;
+	bool ranOk = false;   // what run() returned
+	std::string source;
 
 private:
 	static void launched(struct app_control_s* request, void* self)

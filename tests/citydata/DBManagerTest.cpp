@@ -10,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,7 +18,6 @@
 
 #include <app_common.h>
 #include <app_preference.h>
-#include <system_info.h>
 #include <vconf.h>
 #include <zon-host/zon_host.h>
 #include <zon_platform.h>
@@ -28,73 +28,48 @@
 
 namespace {
 
-const char kCreateStatement[] =
-	"CREATE TABLE IF NOT EXISTS added_city2(id INTEGER PRIMARY KEY AUTOINCREMENT, city_id INTEGER NOT NULL, "
-	"english_name TEXT NOT NULL, weather_type INTEGER DEFAULT 0, temparature INTEGER DEFAULT 0, "
-	"is_centigrade INTEGER DEFAULT 0, last_update_time INTEGER DEFAULT 0, is_external INTEGER DEFAULT 0 );";
+using Rows = std::vector<std::vector<std::string>>;
+using Names = std::vector<std::string>;
 
-std::string dataDir()
+// Takes a string the platform allocated.
+std::string take(char* text)
 {
-	char* path = app_get_data_path();
-	std::string dir = path ? path : "";
-	free(path);
-	return dir;
+	std::string result = text ? text : "";
+	free(text);
+	return result;
 }
 
-std::string dbPath() { return dataDir() + "zonvista.db"; }
+std::string dbPath() { return take(app_get_data_path()) + "zonvista.db"; }
+std::string markerPath() { return take(zon_platform_path("/tmp/.zonvista_ldu")); }
 
-std::string runShell(const std::string& command)
+// As the sqlite3 shell sees the file.
+std::string schema()
 {
 	std::string output;
-	FILE* pipe = popen(command.c_str(), "r");
-	if (!pipe)
-		return output;
 	char buffer[512];
-	while (fgets(buffer, sizeof(buffer), pipe))
+	FILE* pipe = popen((std::string(SQLITE3_SHELL) + " '" + dbPath() + "' .schema").c_str(), "r");
+	while (fgets(buffer, sizeof buffer, pipe))
 		output += buffer;
 	pclose(pipe);
 	return output;
 }
 
-// Reads the file with its own connection, as another process would.
-std::vector<std::vector<std::string>> query(const std::string& sql)
+// Runs SQL with a connection of its own, as another process would; returns the result rows.
+Rows sql(const std::string& statements)
 {
-	std::vector<std::vector<std::string>> rows;
+	Rows rows;
 	sqlite3* db = nullptr;
-	if (sqlite3_open_v2(dbPath().c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
-		sqlite3_stmt* stmt = nullptr;
-		if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
-			while (sqlite3_step(stmt) == SQLITE_ROW) {
-				std::vector<std::string> row;
-				for (int i = 0; i < sqlite3_column_count(stmt); ++i) {
-					const unsigned char* text = sqlite3_column_text(stmt, i);
-					row.push_back(text ? reinterpret_cast<const char*>(text) : "NULL");
-				}
-				rows.push_back(row);
-			}
-		}
-		sqlite3_finalize(stmt);
-	}
-	sqlite3_close(db);
-	return rows;
-}
-
-void execute(const std::string& sql)
-{
-	sqlite3* db = nullptr;
-	ASSERT_EQ(SQLITE_OK, sqlite3_open(dbPath().c_str(), &db));
+	EXPECT_EQ(SQLITE_OK, sqlite3_open(dbPath().c_str(), &db));
 	char* error = nullptr;
-	EXPECT_EQ(SQLITE_OK, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, &error)) << (error ? error : "");
+	EXPECT_EQ(SQLITE_OK, sqlite3_exec(db, statements.c_str(), [](void* out, int n, char** values, char**) {
+		static_cast<Rows*>(out)->emplace_back();
+		for (int i = 0; i < n; ++i)
+			static_cast<Rows*>(out)->back().push_back(values[i] ? values[i] : "NULL");
+		return 0;
+	}, &rows, &error)) << (error ? error : "");
 	sqlite3_free(error);
 	sqlite3_close(db);
-}
-
-std::vector<std::string> names(const std::vector<Cityinfo>& list)
-{
-	std::vector<std::string> result;
-	for (const Cityinfo& city : list)
-		result.push_back(city.cityname_eng);
-	return result;
+	return rows;
 }
 
 int changedFlag()
@@ -108,20 +83,19 @@ std::string status()
 {
 	char* value = nullptr;
 	preference_get_string("ZonDBStatus", &value);
-	std::string result = value ? value : "";
-	free(value);
-	return result;
+	return take(value);
 }
 
 std::string fileBytes(const std::string& path)
 {
-	std::ifstream in(path, std::ios::binary);
 	std::stringstream buffer;
-	buffer << in.rdbuf();
+	buffer << std::ifstream(path, std::ios::binary).rdbuf();
 	return buffer.str();
 }
 
 const Cityinfo& catalogue(int id) { return allCityList[id - 1]; }
+
+const Names kRetailCities = {"Beijing", "San Francisco", "Berlin"};
 
 class CityDatabase : public HostFixture {
 protected:
@@ -140,6 +114,21 @@ protected:
 		db->initialize();
 		zon_host_log_clear();
 	}
+	Names list(bool external = false)
+	{
+		Names result;
+		for (const Cityinfo& city : db->getAllCityList(external))
+			result.push_back(city.cityname_eng);
+		return result;
+	}
+	// (result, type, temperature, centigrade, updated); untouched out-values read -1 and true.
+	std::tuple<bool, int, int, bool, int> weather(int cityId, bool external = false)
+	{
+		int type = -1, temperature = -1, updated = -1;
+		bool centigrade = true;
+		bool ok = db->getWeatherInfo(cityId, type, temperature, centigrade, updated, external);
+		return {ok, type, temperature, centigrade, updated};
+	}
 
 	ZonDBManager* db = nullptr;
 };
@@ -147,9 +136,9 @@ protected:
 // Must not touch the singleton in the parent process.
 class CityDatabaseDeathTest : public HostFixture {};
 
-}
+} // namespace
 
-// The singleton seeds its preferences when it is created, which happens once per process: the
+// The singleton seeds its preferences when it is created, which happens once per process: each
 // check runs in a child process of its own.
 TEST_F(CityDatabaseDeathTest, ConstructionSeedsPreferencesOnlyWhenAbsent)
 {
@@ -157,11 +146,7 @@ TEST_F(CityDatabaseDeathTest, ConstructionSeedsPreferencesOnlyWhenAbsent)
 	EXPECT_EXIT({
 		preference_set_string("ZonDBStatus", "kept");
 		ZonDBManager::getInstance();
-		int changed = -1;
-		char* value = nullptr;
-		bool ok = preference_get_int("ZonDBChanged", &changed) == PREFERENCE_ERROR_NONE && changed == 0
-			&& preference_get_string("ZonDBStatus", &value) == PREFERENCE_ERROR_NONE && !strcmp(value, "kept");
-		exit(ok ? 0 : 1);
+		exit(changedFlag() == 0 && status() == "kept" ? 0 : 1);
 	}, ::testing::ExitedWithCode(0), "");
 
 	EXPECT_EXIT({
@@ -170,49 +155,37 @@ TEST_F(CityDatabaseDeathTest, ConstructionSeedsPreferencesOnlyWhenAbsent)
 		ZonDBManager::getInstance();
 		bool existing = true;
 		preference_is_existing("ZonDBChanged", &existing);
-		char* value = nullptr;
-		preference_get_string("ZonDBStatus", &value);
-		bool ok = !existing && zon_host_log_contains("preference_set_int failed(")
-			&& value && !strcmp(value, "ZON_DB_STATUS_NONE");
-		exit(ok ? 0 : 1);
+		exit(!existing && zon_host_log_contains("preference_set_int failed(") && status() == "ZON_DB_STATUS_NONE"
+				? 0 : 1);
 	}, ::testing::ExitedWithCode(0), "");
 }
 
-TEST_F(CityDatabase, StoredFormatIsTheCreationStatement)
+TEST_F(CityDatabase, StoredFormatIsTheCreationStatementAndOldTablesGainFiveColumns)
 {
+	// A first-release table keeps its rows.
+	sql("CREATE TABLE added_city2(id INTEGER PRIMARY KEY AUTOINCREMENT, city_id INTEGER NOT NULL, "
+		"english_name TEXT NOT NULL); INSERT INTO added_city2 VALUES(null, 299, 'Tokyo');");
 	open();
-	ASSERT_EQ(0, access(dbPath().c_str(), F_OK)) << dbPath();
-	std::string schema = runShell(std::string(SQLITE3_SHELL) + " '" + dbPath() + "' .schema");
-	// SQLite keeps the statement's text from the table name on.
-	std::string expected = std::string("CREATE TABLE added_city2") + strstr(kCreateStatement, "(");
-	EXPECT_NE(std::string::npos, schema.find(expected)) << schema;
-	EXPECT_TRUE(zon_host_log_count() == 0);
+	EXPECT_EQ((Rows{{"id", "NULL"}, {"city_id", "NULL"}, {"english_name", "NULL"}, {"weather_type", "0"},
+				  {"temparature", "0"}, {"is_centigrade", "0"}, {"last_update_time", "0"}, {"is_external", "0"}}),
+		sql("SELECT name, dflt_value FROM pragma_table_info('added_city2');"));
+	EXPECT_EQ((Rows{{"1", "299", "Tokyo", "0", "0", "0", "0", "0"}}), sql("SELECT * FROM added_city2;"));
+	EXPECT_EQ(Names{"Tokyo"}, list());
 
-	// Running it again on a complete table changes nothing.
+	// A new file holds the creation statement as written, from the table name on; running it
+	// again on a complete table changes nothing.
+	db->finalize();
+	unlink(dbPath().c_str());
+	open();
+	std::string created = schema();
+	EXPECT_NE(std::string::npos,
+		created.find("CREATE TABLE added_city2(id INTEGER PRIMARY KEY AUTOINCREMENT, city_id INTEGER NOT NULL, "
+					 "english_name TEXT NOT NULL, weather_type INTEGER DEFAULT 0, temparature INTEGER DEFAULT 0, "
+					 "is_centigrade INTEGER DEFAULT 0, last_update_time INTEGER DEFAULT 0, is_external INTEGER "
+					 "DEFAULT 0 );"))
+		<< created;
 	db->initialize();
-	EXPECT_EQ(schema, runShell(std::string(SQLITE3_SHELL) + " '" + dbPath() + "' .schema"));
-}
-
-TEST_F(CityDatabase, FirstReleaseTableGainsFiveColumnsAndKeepsRows)
-{
-	execute("CREATE TABLE added_city2(id INTEGER PRIMARY KEY AUTOINCREMENT, city_id INTEGER NOT NULL, "
-		"english_name TEXT NOT NULL);"
-		"INSERT INTO added_city2 VALUES(null, 299, 'Tokyo');"
-		"INSERT INTO added_city2 VALUES(null, 39, 'Berlin');");
-	open();
-
-	auto columns = query("SELECT name, dflt_value FROM pragma_table_info('added_city2');");
-	std::vector<std::string> columnNames;
-	for (auto& row : columns)
-		columnNames.push_back(row[0]);
-	EXPECT_EQ((std::vector<std::string>{"id", "city_id", "english_name", "weather_type", "temparature",
-		"is_centigrade", "last_update_time", "is_external"}), columnNames);
-	for (size_t i = 3; i < columns.size(); ++i)
-		EXPECT_EQ("0", columns[i][1]) << columns[i][0];
-
-	EXPECT_EQ((std::vector<std::vector<std::string>>{{"1", "299", "Tokyo", "0", "0", "0", "0", "0"},
-		{"2", "39", "Berlin", "0", "0", "0", "0", "0"}}), query("SELECT * FROM added_city2;"));
-	EXPECT_EQ((std::vector<std::string>{"Tokyo", "Berlin"}), names(db->getAllCityList(false)));
+	EXPECT_EQ(created, schema());
 }
 
 TEST_F(CityDatabase, RetailResetRunsOncePerBoot)
@@ -221,85 +194,67 @@ TEST_F(CityDatabase, RetailResetRunsOncePerBoot)
 	db->insert(299, "Tokyo", false);
 	db->insert(299, "Tokyo", true);
 	db->finalize();
-
 	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
 	int before = changedFlag();
 	db->initialize();
-	EXPECT_EQ((std::vector<std::vector<std::string>>{{"35", "Beijing", "0"}, {"261", "San Francisco", "0"},
-		{"39", "Berlin", "0"}}), query("SELECT city_id, english_name, is_external FROM added_city2;"));
+	EXPECT_EQ((Rows{{"35", "Beijing", "0"}, {"261", "San Francisco", "0"}, {"39", "Berlin", "0"}}),
+		sql("SELECT city_id, english_name, is_external FROM added_city2;"));
 	EXPECT_NE(before, changedFlag());
-	EXPECT_TRUE(zon_host_log_contains(".zonvista_ldu file is not exist!"));
-	EXPECT_TRUE(zon_host_log_contains(".zonvista_ldu file is written."));
-
-	char* marker = zon_platform_path("/tmp/.zonvista_ldu");
-	EXPECT_EQ("/tmp/.zonvista_ldu\n", fileBytes(marker));
+	EXPECT_EQ("/tmp/.zonvista_ldu\n", fileBytes(markerPath()));
 
 	// Same boot: the marker is there and the user's changes stay.
 	db->insert(299, "Tokyo", false);
 	db->initialize();
-	EXPECT_EQ(4u, db->getAllCityList(false).size());
-	EXPECT_TRUE(zon_host_log_contains(".zonvista_ldu file is exist!"));
+	EXPECT_EQ(4u, list().size());
 
 	// A reboot empties /tmp.
-	unlink(marker);
-	free(marker);
+	unlink(markerPath().c_str());
 	db->initialize();
-	EXPECT_EQ((std::vector<std::string>{"Beijing", "San Francisco", "Berlin"}), names(db->getAllCityList(false)));
-}
+	EXPECT_EQ(kRetailCities, list());
 
-TEST_F(CityDatabase, ShowcaseBuildResetsWithoutReadingRetailMode)
-{
+	// A showcase build resets without reading the retail mode.
 	ASSERT_EQ(0, zon_host_set_feature_bool("http://korvath.com/feature/showcase_binary", true));
-	open();
+	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 0));
 	db->insert(299, "Tokyo", false);
-	db->finalize();
-	char* marker = zon_platform_path("/tmp/.zonvista_ldu");
-	unlink(marker);
-	free(marker);
-
+	unlink(markerPath().c_str());
+	zon_host_log_clear();
 	db->initialize();
 	EXPECT_TRUE(zon_host_log_contains("this is IFA binary!"));
-	EXPECT_FALSE(zon_host_log_contains("vconf_get_int is faled."));
-	EXPECT_EQ((std::vector<std::string>{"Beijing", "San Francisco", "Berlin"}), names(db->getAllCityList(false)));
+	EXPECT_FALSE(zon_host_log_contains("vconf_get_int"));
+	EXPECT_EQ(kRetailCities, list());
 }
 
-TEST_F(CityDatabase, NoResetWhenMarkerCannotBeWrittenOrModeIsOff)
+TEST_F(CityDatabase, NoResetWhenModeIsOffOrMarkerCannotBeWrittenButSetLDUModeForcesIt)
 {
 	open();
 	db->insert(299, "Tokyo", false);
 	db->finalize();
-
-	// Neither flag: nothing happens, and the failed reads are logged.
+	// Neither flag: nothing happens; the failed read keeps its misspelt message.
 	db->initialize();
-	EXPECT_TRUE(zon_host_log_contains("system_info_get_custom_bool is failed."));
 	EXPECT_TRUE(zon_host_log_contains("vconf_get_int is faled.("));
-	EXPECT_EQ(1u, db->getAllCityList(false).size());
+	EXPECT_EQ(Names{"Tokyo"}, list());
 
 	// Retail mode, but /tmp cannot hold the marker.
 	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
-	std::string tmpDir = std::string(zon_host_root()) + "/fs/tmp";
-	ASSERT_EQ(0, system(("rm -rf '" + tmpDir + "' && mkdir -p '" + std::string(zon_host_root()) + "/fs' && touch '" + tmpDir + "'").c_str()));
-	zon_host_log_clear();
+	std::string fs = std::string(zon_host_root()) + "/fs";
+	ASSERT_EQ(0, system(("rm -rf '" + fs + "/tmp' && mkdir -p '" + fs + "' && touch '" + fs + "/tmp'").c_str()));
 	db->initialize();
 	EXPECT_TRUE(zon_host_log_contains(".zonvista_ldu file writing is failed."));
-	EXPECT_EQ((std::vector<std::string>{"Tokyo"}), names(db->getAllCityList(false)));
+	EXPECT_EQ(Names{"Tokyo"}, list());
 
-	// Any other value than 1 is not retail mode.
+	// Any other value than 1 is not retail mode, for setLDUMode too.
 	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 2));
 	db->setLDUMode();
-	EXPECT_EQ((std::vector<std::string>{"Tokyo"}), names(db->getAllCityList(false)));
-}
+	EXPECT_EQ(Names{"Tokyo"}, list());
 
-TEST_F(CityDatabase, SetLDUModeForcesTheRetailListEveryTime)
-{
-	open();
+	// In retail mode setLDUMode forces the retail list every time, with or without a marker.
 	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
 	db->insert(299, "Tokyo", true);
 	db->setLDUMode();
 	db->insert(299, "Tokyo", false);
 	db->setLDUMode();
-	EXPECT_EQ((std::vector<std::string>{"Beijing", "San Francisco", "Berlin"}), names(db->getAllCityList(false)));
-	EXPECT_TRUE(db->getAllCityList(true).empty());
+	EXPECT_EQ(kRetailCities, list());
+	EXPECT_TRUE(list(true).empty());
 }
 
 TEST_F(CityDatabase, ListsKeepInsertionOrderAndStaySeparate)
@@ -312,47 +267,34 @@ TEST_F(CityDatabase, ListsKeepInsertionOrderAndStaySeparate)
 
 	const std::vector<Cityinfo>& main = db->getAllCityList(false);
 	ASSERT_EQ(3u, main.size());
-	EXPECT_EQ((std::vector<std::string>{"Tokyo", "Berlin", "Tokyo"}), names(main));
-	EXPECT_EQ(1, main[0].dbId);
-	EXPECT_EQ(3, main[2].dbId);
+	EXPECT_EQ((std::vector<int>{1, 2, 3}), (std::vector<int>{main[0].dbId, main[1].dbId, main[2].dbId}));
 	// A listed city is the whole catalogue record, weather fields zero.
-	EXPECT_STREQ("Asia/Tokyo", main[0].timezone_path);
-	EXPECT_STREQ("Europe/Berlin", main[1].timezone_path);
-	EXPECT_STREQ(catalogue(39).cityname_string, main[1].cityname_string);
-	EXPECT_EQ(catalogue(39).chinese_index, main[1].chinese_index);
-	EXPECT_EQ(0, main[1].currentTemperature);
+	EXPECT_EQ(std::make_tuple(39, catalogue(39).chinese_index, std::string("Berlin"),
+				  std::string(catalogue(39).cityname_string), std::string("Europe/Berlin"), 0),
+		std::make_tuple(main[1].id, main[1].chinese_index, std::string(main[1].cityname_eng),
+			std::string(main[1].cityname_string), std::string(main[1].timezone_path), main[1].currentTemperature));
+	EXPECT_STREQ("Tokyo", main[2].cityname_eng);
 
-	EXPECT_EQ((std::vector<std::string>{"Zurich"}), names(db->getAllCityList(true)));
+	EXPECT_EQ(Names{"Zurich"}, list(true));
 	EXPECT_TRUE(zon_host_log_contains("rowID[4] cityname[Zurich]"));
 	EXPECT_TRUE(zon_host_log_contains("qery INSERT INTO added_city2 VALUES(null, 331, 'Zurich', 0, 0, 0, 0, 1);"));
 }
 
-TEST_F(CityDatabase, DuplicateEnglishNamesAreToldApartById)
+TEST_F(CityDatabase, RowsAreMatchedToTheCatalogueByIdAndExactName)
 {
 	open();
 	db->insert(283, "St. John's", false);
+	sql("INSERT INTO added_city2 VALUES(null, 299, 'Tokio', 0, 0, 0, 0, 0);"
+		"INSERT INTO added_city2 VALUES(null, 999, 'Tokyo', 0, 0, 0, 0, 0);");
 	db->insert(154, "Kingston ", false);
-	db->insert(153, "Kingston", false); // without the catalogue's trailing blank: never listed
+	db->insert(153, "Kingston", false); // without the catalogue's trailing blank
 
-	const std::vector<Cityinfo>& list = db->getAllCityList(false);
-	ASSERT_EQ(2u, list.size());
-	EXPECT_EQ(283, list[0].id);
-	EXPECT_STREQ("America/St_Johns", list[0].timezone_path);
-	EXPECT_EQ(154, list[1].id);
-	EXPECT_STREQ("America/Jamaica", list[1].timezone_path);
-
-	EXPECT_EQ(1, list[0].dbId);
-	EXPECT_EQ(2, list[1].dbId);
-}
-
-TEST_F(CityDatabase, RowsThatNoLongerMatchTheCatalogueAreSkipped)
-{
-	open();
-	execute("INSERT INTO added_city2 VALUES(null, 299, 'Tokio', 0, 0, 0, 0, 0);"
-		"INSERT INTO added_city2 VALUES(null, 999, 'Tokyo', 0, 0, 0, 0, 0);"
-		"INSERT INTO added_city2 VALUES(null, 299, 'Tokyo', 0, 0, 0, 0, 0);");
-	EXPECT_EQ((std::vector<std::string>{"Tokyo"}), names(db->getAllCityList(false)));
-	EXPECT_EQ(3, db->getAllCityList(false)[0].dbId);
+	const std::vector<Cityinfo>& rows = db->getAllCityList(false);
+	ASSERT_EQ(2u, rows.size());
+	EXPECT_EQ(std::make_tuple(283, 1, std::string("America/St_Johns")),
+		std::make_tuple(rows[0].id, rows[0].dbId, std::string(rows[0].timezone_path)));
+	EXPECT_EQ(std::make_tuple(154, 4, std::string("America/Jamaica")),
+		std::make_tuple(rows[1].id, rows[1].dbId, std::string(rows[1].timezone_path)));
 }
 
 TEST_F(CityDatabase, RemoveMatchesAllOfIdNameAndListAndAnnouncesNothing)
@@ -365,36 +307,39 @@ TEST_F(CityDatabase, RemoveMatchesAllOfIdNameAndListAndAnnouncesNothing)
 
 	db->remove(299, "tokyo", false, true, true);
 	db->remove(39, "Tokyo", false, true, true);
-	EXPECT_EQ(3u, query("SELECT * FROM added_city2;").size());
+	EXPECT_EQ(3u, sql("SELECT * FROM added_city2;").size());
 
 	db->remove(299, std::string("Tokyo"));
-	EXPECT_EQ((std::vector<std::string>{"Berlin"}), names(db->getAllCityList(false)));
-	EXPECT_EQ((std::vector<std::string>{"Tokyo"}), names(db->getAllCityList(true)));
+	EXPECT_EQ(Names{"Berlin"}, list());
+	EXPECT_EQ(Names{"Tokyo"}, list(true));
 	EXPECT_EQ(flag, changedFlag());
 	EXPECT_TRUE(zon_host_log_contains(
 		"query DELETE FROM 'added_city2' where city_id = 299 and is_external = 0 and english_name = 'Tokyo';"));
 }
 
-TEST_F(CityDatabase, UpdateReplacesInPlaceAndClearsWeather)
+TEST_F(CityDatabase, WeatherIsSharedByBothListsAndUpdateReplacesInPlaceAndClearsIt)
 {
 	open();
 	db->insert(299, "Tokyo", false);
 	db->insert(39, "Berlin", false);
 	db->insert(299, "Tokyo", true);
 	db->updateWeatherInfo(299, SNOW, -3, true, 1700000000);
+	EXPECT_EQ(std::make_tuple(true, int(SNOW), -3, true, 1700000000), weather(299, false));
+	EXPECT_EQ(std::make_tuple(true, int(SNOW), -3, true, 1700000000), weather(299, true));
+	EXPECT_EQ(std::make_tuple(true, 0, 0, false, 0), weather(39));
 
 	db->update(299, 331, std::string("Zurich"));
-	EXPECT_EQ((std::vector<std::string>{"Zurich", "Berlin"}), names(db->getAllCityList(false)));
+	EXPECT_EQ((Names{"Zurich", "Berlin"}), list());
 	EXPECT_EQ(1, db->getAllCityList(false)[0].dbId);
-	EXPECT_EQ((std::vector<std::vector<std::string>>{{"331", "0", "0", "0", "0"}, {"299", "12", "-3", "1", "1700000000"}}),
-		query("SELECT city_id, weather_type, temparature, is_centigrade, last_update_time FROM added_city2 "
+	EXPECT_EQ((Rows{{"331", "0", "0", "0", "0"}, {"299", "12", "-3", "1", "1700000000"}}),
+		sql("SELECT city_id, weather_type, temparature, is_centigrade, last_update_time FROM added_city2 "
 			"WHERE city_id != 39;"));
 
 	// A city that is not in the list: nothing changes, but the change is still announced.
 	preference_set_string("ZonDBStatus", "ZON_DB_STATUS_NONE");
 	int flag = changedFlag();
 	db->update(140, 39, "Berlin", true);
-	EXPECT_EQ((std::vector<std::string>{"Tokyo"}), names(db->getAllCityList(true)));
+	EXPECT_EQ(Names{"Tokyo"}, list(true));
 	EXPECT_EQ("ZON_DB_STATUS_CHANGE", status());
 	EXPECT_NE(flag, changedFlag());
 }
@@ -404,13 +349,11 @@ TEST_F(CityDatabase, EveryInsertAndUpdateToggleTheNotification)
 	open();
 	int flag = changedFlag();
 	ASSERT_TRUE(flag == 0 || flag == 1);
-
 	int calls = 0;
-	auto cb = [](const char* key, void* data) {
+	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_changed_cb("ZonDBChanged", [](const char* key, void* data) {
 		if (!strcmp(key, "ZonDBChanged"))
 			++*static_cast<int*>(data);
-	};
-	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_changed_cb("ZonDBChanged", cb, &calls));
+	}, &calls));
 
 	db->insert(299, "Tokyo", false);
 	EXPECT_EQ(0, calls) << "change callbacks belong on the main loop";
@@ -459,32 +402,6 @@ TEST_F(CityDatabase, IsExistMatchesCityStringAndGmtText)
 	EXPECT_TRUE(zon_host_log_contains("invalid argument!"));
 }
 
-TEST_F(CityDatabase, WeatherIsSharedByBothListsAndDefaultsToZero)
-{
-	open();
-	db->insert(299, "Tokyo", false);
-	db->insert(299, "Tokyo", true);
-	db->updateWeatherInfo(299, HEAVY_RAIN, 24, true, 1763800000);
-
-	for (bool external : {false, true}) {
-		int type = -1, temperature = -1, updated = -1;
-		bool centigrade = false;
-		EXPECT_TRUE(db->getWeatherInfo(299, type, temperature, centigrade, updated, external));
-		EXPECT_EQ(HEAVY_RAIN, type);
-		EXPECT_EQ(24, temperature);
-		EXPECT_TRUE(centigrade);
-		EXPECT_EQ(1763800000, updated);
-	}
-
-	int type = -1, temperature = -1, updated = -1;
-	bool centigrade = true;
-	EXPECT_TRUE(db->getWeatherInfo(39, type, temperature, centigrade, updated, false));
-	EXPECT_EQ(0, type);
-	EXPECT_EQ(0, temperature);
-	EXPECT_FALSE(centigrade);
-	EXPECT_EQ(0, updated);
-}
-
 TEST_F(CityDatabase, HostileAndOversizedNamesAreStoredAsText)
 {
 	open();
@@ -493,23 +410,20 @@ TEST_F(CityDatabase, HostileAndOversizedNamesAreStoredAsText)
 	db->insert(1, hostile, false);
 	db->remove(1, hostile, true, true, true);
 	db->update(7, 8, hostile, false);
-	EXPECT_TRUE(db->isExist(hostile, hostile, hostile, hostile, false) == false);
+	EXPECT_FALSE(db->isExist(hostile, hostile, hostile, hostile, false));
 
 	std::string huge(5000, 'A');
 	db->insert(299, huge, false);
 	// A catalogue name followed by blanks past the 64 bytes that are read back: never listed.
 	db->insert(299, std::string("Tokyo") + std::string(100, ' '), false);
-
-	auto rows = query("SELECT english_name FROM added_city2 ORDER BY id;");
-	ASSERT_EQ(4u, rows.size());
-	EXPECT_EQ(hostile, rows[1][0]);
-	EXPECT_EQ(huge, rows[2][0]);
-	EXPECT_EQ((std::vector<std::string>{"Tokyo"}), names(db->getAllCityList(false)));
+	EXPECT_EQ((Rows{{"Tokyo"}, {hostile}, {huge}, {"Tokyo" + std::string(100, ' ')}}),
+		sql("SELECT english_name FROM added_city2 ORDER BY id;"));
+	EXPECT_EQ(Names{"Tokyo"}, list());
 
 	// A null name violates NOT NULL: nothing is stored, the notification still goes out.
 	int flag = changedFlag();
 	db->insert(299, static_cast<const char*>(nullptr), false);
-	EXPECT_EQ(4u, query("SELECT * FROM added_city2;").size());
+	EXPECT_EQ(4u, sql("SELECT * FROM added_city2;").size());
 	EXPECT_NE(flag, changedFlag());
 }
 
@@ -523,20 +437,14 @@ TEST_F(CityDatabase, ClosedDatabaseIsHarmless)
 			db->finalize();
 		}
 		zon_host_log_clear();
-		EXPECT_TRUE(db->getAllCityList(false).empty());
-
-		int type = 7, temperature = 7, updated = 7;
-		bool centigrade = true;
-		EXPECT_FALSE(db->getWeatherInfo(299, type, temperature, centigrade, updated, false));
-		EXPECT_EQ(7, type);
-		EXPECT_TRUE(centigrade);
+		EXPECT_TRUE(list().empty());
+		EXPECT_EQ(std::make_tuple(false, -1, -1, true, -1), weather(299));
 		db->updateWeatherInfo(299, 1, 1, true, 1);
 
 		int flag = changedFlag();
 		db->update(299, 39, "Berlin", false);
 		EXPECT_TRUE(zon_host_log_contains("_dbHandler is nullptr!"));
 		EXPECT_EQ(flag, changedFlag());
-
 		db->insert(39, "Berlin", false);
 		EXPECT_TRUE(zon_host_log_contains("insert query is failed."));
 		EXPECT_NE(flag, changedFlag());
@@ -545,25 +453,19 @@ TEST_F(CityDatabase, ClosedDatabaseIsHarmless)
 		db->finalize();
 	}
 	open();
-	EXPECT_EQ((std::vector<std::string>{"Tokyo"}), names(db->getAllCityList(false)));
+	EXPECT_EQ(Names{"Tokyo"}, list());
 }
 
 TEST_F(CityDatabase, FileThatIsNotADatabaseIsLeftAlone)
 {
-	std::string garbage = "this is not a database, just text that happens to sit there\n";
-	garbage += std::string(5000, '\x7f');
-	{
-		std::ofstream out(dbPath(), std::ios::binary);
-		out << garbage;
-	}
+	std::string garbage = "this is not a database, just text that happens to sit there\n" + std::string(5000, '\x7f');
+	std::ofstream(dbPath(), std::ios::binary) << garbage;
 	db->initialize();
 	EXPECT_TRUE(zon_host_log_contains("sqlite3_exec is failed."));
 	db->insert(299, "Tokyo", false);
 	db->updateWeatherInfo(299, 1, 1, true, 1);
-	EXPECT_TRUE(db->getAllCityList(false).empty());
-	int type = 0, temperature = 0, updated = 0;
-	bool centigrade = false;
-	EXPECT_TRUE(db->getWeatherInfo(299, type, temperature, centigrade, updated, false));
+	EXPECT_TRUE(list().empty());
+	EXPECT_TRUE(std::get<0>(weather(299)));
 	db->finalize();
 	EXPECT_EQ(garbage, fileBytes(dbPath()));
 }
@@ -583,15 +485,11 @@ TEST_F(CityDatabase, UnwritableFileKeepsItsRows)
 	db->update(299, 331, "Zurich", false);
 	db->remove(299, "Tokyo", false, true, true);
 	db->updateWeatherInfo(299, 1, 30, true, 5);
-	EXPECT_EQ((std::vector<std::string>{"Tokyo"}), names(db->getAllCityList(false)));
-	int type = -1, temperature = -1, updated = -1;
-	bool centigrade = true;
-	EXPECT_TRUE(db->getWeatherInfo(299, type, temperature, centigrade, updated, false));
-	EXPECT_EQ(0, temperature);
+	EXPECT_EQ(Names{"Tokyo"}, list());
+	EXPECT_EQ(std::make_tuple(true, 0, 0, false, 0), weather(299));
 	db->finalize();
 	unlink((dbPath() + "-journal").c_str());
-	EXPECT_EQ((std::vector<std::vector<std::string>>{{"1", "299", "Tokyo", "0", "0", "0", "0", "0"}}),
-		query("SELECT * FROM added_city2;"));
+	EXPECT_EQ((Rows{{"1", "299", "Tokyo", "0", "0", "0", "0", "0"}}), sql("SELECT * FROM added_city2;"));
 }
 
 TEST_F(CityDatabase, MissingDataDirectoryIsLoggedNotFatal)
@@ -600,14 +498,14 @@ TEST_F(CityDatabase, MissingDataDirectoryIsLoggedNotFatal)
 	db->initialize();
 	EXPECT_TRUE(zon_host_log_contains("open database is failed."));
 	db->insert(299, "Tokyo", false);
-	EXPECT_TRUE(db->getAllCityList(false).empty());
+	EXPECT_TRUE(list().empty());
 	db->finalize();
 
 	// A data path whose directory is gone: SQLite refuses to open it.
-	std::string dir = dataDir();
+	std::string dir = take(app_get_data_path());
 	ASSERT_EQ(0, system(("rm -rf '" + dir + "' && touch '" + dir.substr(0, dir.size() - 1) + "'").c_str()));
 	zon_host_log_clear();
 	db->initialize();
 	EXPECT_TRUE(zon_host_log_contains("open database is failed."));
-	EXPECT_TRUE(db->getAllCityList(false).empty());
+	EXPECT_TRUE(list().empty());
 }

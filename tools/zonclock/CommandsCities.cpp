@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Catalogue.h"
+#include "CityOperand.h"
 #include "Command.h"
 #include "Session.h"
 #include "Table.h"
@@ -21,45 +22,9 @@ namespace {
 const Option kSecondList = {"--second", nullptr,
 	"work on the second list (rows with is_external set) instead of the main list"};
 
-const char* const kCityHelp =
-	"A city is given by its catalogue id (1..331) or by its English name in any case, quoted\n"
-	"when it has blanks. Some names belong to several cities (\"St. John's\", \"Kingston\",\n"
-	"\"San Jose\"): give the id of the one you mean; 'zonclock search NAME' shows them.";
-
 const char* listName(bool second)
 {
 	return second ? "second list" : "main list";
-}
-
-// Resolves a CITY operand against the catalogue. On failure says why and sets the exit code.
-const Cityinfo* resolveCity(const std::string& operand, int& exitCode)
-{
-	CityLookup lookup = lookupCity(operand);
-	std::string text = trim(operand);
-	switch (lookup.status) {
-	case CityLookup::Found:
-		return lookup.city;
-	case CityLookup::BadId:
-		exitCode = usageError("no catalogue city has id %s (ids run 1..%d)", text.c_str(),
-			catalogueSize());
-		return nullptr;
-	case CityLookup::UnknownName:
-		exitCode = usageError("no catalogue city is named '%s' (see 'zonclock search PREFIX')",
-			text.c_str());
-		return nullptr;
-	case CityLookup::Ambiguous: {
-		std::string candidates;
-		for (const Cityinfo* city : lookup.candidates) {
-			if (!candidates.empty())
-				candidates += ", ";
-			candidates += std::to_string(city->id) + " (" + displayCountry(*city) + ")";
-		}
-		exitCode = usageError("'%s' names %zu cities: %s; give the id instead", text.c_str(),
-			lookup.candidates.size(), candidates.c_str());
-		return nullptr;
-	}
-	}
-	return nullptr;
 }
 
 // The row of the city added last, or nullptr. Catalogue ids identify a city in a list: a row

@@ -2,15 +2,18 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
+#include <vconf.h>
 #include <zon-host/zon_host.h>
 
 #include "ZonDBManager.h"
 
 namespace zonclock {
 
-Session::Session(std::string root)
+Session::Session(std::string root, SettingOverrides overrides)
 	: _root(std::move(root))
+	, _overrides(std::move(overrides))
 {
 }
 
@@ -18,6 +21,8 @@ Session::~Session()
 {
 	if (_db)
 		_db->finalize();
+	if (_deviceOpen)
+		_overrides.restore();
 }
 
 void Session::openDevice()
@@ -41,6 +46,30 @@ void Session::openDevice()
 		_logPath = getenv("ZON_HOST_LOG");
 	}
 	_deviceOpen = true;
+
+	_overrides.apply();
+	followDeviceLanguage();
+	char* zone = vconf_get_str(VCONFKEY_SETAPPL_TIMEZONE_ID);
+	if (zone)
+		_deviceZone = zone;
+	else if (const char* tz = getenv("TZ"))
+		_deviceZone = tz;
+	free(zone);
+}
+
+const std::string& Session::deviceZone()
+{
+	openDevice();
+	return _deviceZone;
+}
+
+void Session::useDeviceZone()
+{
+	// Without a zone of its own the device is the system's, which is where the library leaves us.
+	if (!deviceZone().empty()) {
+		setenv("TZ", _deviceZone.c_str(), 1);
+		tzset();
+	}
 }
 
 ZonDBManager* Session::db()

@@ -7,12 +7,14 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "Command.h"
 #include "Session.h"
+#include "Settings.h"
 
 using namespace zonclock;
 
@@ -33,12 +35,16 @@ std::string absolutePath(const std::string& path)
 
 int main(int argc, char** argv)
 {
+	bindMessageCatalogue();
+
 	CommandSet commands;
+	registerClockCommands(commands);
 	registerCityCommands(commands);
+	registerWeatherCommands(commands);
 	registerBackupCommands(commands);
 	registerDeviceCommands(commands);
 	registerHelpCommand(commands);
-	commands.setDefault("list");
+	commands.setDefault("clock");
 
 	GlobalOptions global;
 	Invocation invocation;
@@ -58,9 +64,21 @@ int main(int argc, char** argv)
 	if (!global.root.empty() && stat(global.root.c_str(), &info) == 0 && !S_ISDIR(info.st_mode))
 		return usageError("--root: '%s' is not a directory", global.root.c_str());
 
+	// Checked before anything touches the device, like every other usage error.
+	SettingOverrides& settings = global.settings;
+	for (auto [option, locale] : {std::make_pair("--region", &settings.region),
+			 std::make_pair("--language", &settings.language)}) {
+		if (locale->empty())
+			continue;
+		std::string typed = *locale;
+		*locale = availableLocale(typed);
+		if (locale->empty())
+			return usageError("%s: '%s' is no locale ICU knows (e.g. ko_KR, en_US, ar_AE)", option, typed.c_str());
+	}
+
 	int result;
 	{
-		Session session(absolutePath(global.root));
+		Session session(absolutePath(global.root), settings);
 		result = invocation.command->run(invocation, session);
 	}
 	if (fflush(stdout) != 0)

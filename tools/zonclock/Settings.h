@@ -1,0 +1,64 @@
+/*
+ * Settings.h - the device settings that shape zonclock's texts, and the process side of them.
+ *
+ * The library formats every text from the device's settings: the region format
+ * ("db/menu_widget/regionformat") for dates, clocks and digits, the 24-hour setting, and the
+ * display language ("db/menu_widget/language"), which decides the language of the "zonvista"
+ * catalogue. It only calls dgettext(); binding the domain and choosing the language is the
+ * application's part, done here as the world-clock application does it on the watch.
+ *
+ * --region, --language, --24h and --12h change those settings for one run: what the device held
+ * is remembered and put back when the run ends, a never-set key included (it goes back to
+ * following the desktop). A run killed by a signal it does not handle leaves them changed.
+ */
+#ifndef ZONCLOCK_SETTINGS_H
+#define ZONCLOCK_SETTINGS_H
+
+#include <string>
+#include <vector>
+
+namespace zonclock {
+
+// "ko_KR", "ko-KR" or "ko_KR.UTF-8" -> "ko_KR", when ICU has data for that locale; "" when not.
+std::string availableLocale(const std::string& text);
+
+// setlocale() from the environment (C.UTF-8 when its locale is not installed or is plain C, where
+// gettext would ignore LANGUAGE and could not print the translations), and the "zonvista"
+// domain bound to the build tree's catalogues when zonclock runs from there, else the installed
+// ones: beside the program's own prefix first, then the configured install prefix.
+void bindMessageCatalogue();
+
+// LANGUAGE for gettext from the device's display language: "ko_KR.UTF-8" -> "ko_KR:ko:en". English
+// closes the list, so a language without a catalogue shows English rather than message ids.
+// Must run before the first dgettext(): glibc keeps what it looked up.
+void followDeviceLanguage();
+std::string gettextLanguage(const std::string& deviceLanguage);
+
+class SettingOverrides {
+public:
+	enum Clock { ClockAsSet, Clock12, Clock24 };
+
+	// Locale names as availableLocale() gives them; empty leaves the setting alone.
+	std::string region;
+	std::string language;
+	Clock clock = ClockAsSet;
+
+	// Writes the overrides into the open device, remembering what they replace.
+	void apply();
+	// Puts back what apply() replaced; does nothing a second time.
+	void restore();
+
+private:
+	struct Saved {
+		std::string key;
+		bool wasSet;         // false: the key was unset and goes back to unset
+		bool isInt;
+		std::string text;
+		int number;
+	};
+	std::vector<Saved> _saved;
+};
+
+} // namespace zonclock
+
+#endif /* ZONCLOCK_SETTINGS_H */
