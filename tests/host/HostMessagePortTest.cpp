@@ -49,32 +49,4 @@ TEST_F(HostMessagePort, MessageArrivesAsACopyOnTheMainLoop)
 	EXPECT_EQ(MESSAGE_PORT_ERROR_NONE, message_port_unregister_local_port(id));
 }
 
-TEST_F(HostMessagePort, ReRegisteringTakesOverTheQueueAndUnregisteringDropsIt)
-{
-	std::vector<std::string> first, second;
-	int id = message_port_register_local_port("p", receive, &first);
-	bundle *b = message("queued");
-	message_port_send_message(ZON_HOST_DEFAULT_APP_ID, "p", b);
-	EXPECT_EQ(id, message_port_register_local_port("p", receive, &second));
-	zon_host_pump(100);
-	EXPECT_TRUE(first.empty());
-	EXPECT_EQ(1u, second.size());
-
-	message_port_send_message(ZON_HOST_DEFAULT_APP_ID, "p", b);
-	EXPECT_EQ(MESSAGE_PORT_ERROR_NONE, message_port_unregister_local_port(id));
-	EXPECT_EQ(MESSAGE_PORT_ERROR_PORT_NOT_FOUND, message_port_unregister_local_port(id));
-	zon_host_pump(100);
-	EXPECT_EQ(1u, second.size()) << "the queued message died with the port";
-
-	// A failed send has no effect.
-	int again = message_port_register_local_port("p", receive, &second);
-	EXPECT_NE(id, again) << "a new port";
-	zon_host_fault_inject("message_port_send_message", 1, MESSAGE_PORT_ERROR_MAX_EXCEEDED);
-	EXPECT_EQ(MESSAGE_PORT_ERROR_MAX_EXCEEDED, message_port_send_message(ZON_HOST_DEFAULT_APP_ID, "p", b));
-	zon_host_pump(100);
-	EXPECT_EQ(1u, second.size());
-	bundle_free(b);
-	EXPECT_EQ(1, zon_host_reset()) << "ports left registered are counted";
-}
-
 } // namespace

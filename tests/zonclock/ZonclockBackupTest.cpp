@@ -1,88 +1,23 @@
-// zonclock backup and restore, end to end: the built program backs up and restores a device
-// whose lists this test writes and reads through the library itself, so duplicates, order and
-// weather are set and checked beyond what zonclock's own commands can make.
-#include <fcntl.h>
-#include <spawn.h>
-#include <stdlib.h>
-#include <string.h>
-#include <sys/wait.h>
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include <zon-host/zon_host.h>
+// zonclock backup and restore end to end, on a device whose lists this test writes and reads
+// through the library itself, so duplicates, order and weather go beyond what zonclock's own
+// commands can make.
+#include <tuple>
 
 #include "ZonCityList.h"
 #include "ZonDBManager.h"
-
-extern char** environ;
+#include "ZonclockRun.h"
 
 namespace {
 
-struct Row {
-	int id;
-	std::string name;
-	int weatherType;
-	int temperature;
-	bool isCentigrade;
-	int lastUpdateTime;
+// id, name, weather type, temperature, centigrade, last update: printed by gtest on a mismatch.
+using Row = std::tuple<int, std::string, int, int, bool, int>;
+using Lists = std::pair<std::vector<Row>, std::vector<Row>>;    // main, second
 
-	bool operator==(const Row& o) const
-	{
-		return id == o.id && name == o.name && weatherType == o.weatherType && temperature == o.temperature
-			&& isCentigrade == o.isCentigrade && lastUpdateTime == o.lastUpdateTime;
-	}
-};
-
-std::ostream& operator<<(std::ostream& out, const Row& row)
-{
-	return out << row.id << " '" << row.name << "' w" << row.weatherType << " t" << row.temperature
-			   << (row.isCentigrade ? "C" : "F") << " @" << row.lastUpdateTime;
-}
-
-struct Lists {
-	std::vector<Row> main;
-	std::vector<Row> second;
-	bool operator==(const Lists& o) const { return main == o.main && second == o.second; }
-};
-
-std::ostream& operator<<(std::ostream& out, const Lists& lists)
-{
-	out << "main:";
-	for (const Row& row : lists.main)
-		out << " [" << row << "]";
-	out << " second:";
-	for (const Row& row : lists.second)
-		out << " [" << row << "]";
-	return out;
-}
-
-std::string readFile(const std::string& path)
-{
-	std::ifstream in(path);
-	std::stringstream text;
-	text << in.rdbuf();
-	return text.str();
-}
-
-const char* catalogueName(int id)
-{
-	return allCityList[id - 1].cityname_eng;
-}
-
-class ZonclockBackupTest : public ::testing::Test {
+class ZonclockBackupTest : public ZonclockFixture {
 protected:
 	void SetUp() override
 	{
-		char dir[] = "/tmp/zonclock-backup-test-XXXXXX";
-		ASSERT_NE(mkdtemp(dir), nullptr);
-		_tmp = dir;
-		_root = _tmp + "/device";
+		ZonclockFixture::SetUp();
 		_file = _tmp + "/cities.backup";
 	}
 
@@ -90,15 +25,13 @@ protected:
 	{
 		if (_db)
 			_db->finalize();
-		std::filesystem::remove_all(_tmp);
+		ZonclockFixture::TearDown();
 	}
 
-	// The library on this test's device, opened anew for every use so that zonclock's changes
-	// are read from the file.
+	// Opened anew for every use so that zonclock's changes are read from the file.
 	ZonDBManager* db()
 	{
-		setenv("ZON_HOST_ROOT", _root.c_str(), 1);
-		zon_host_reset();
+		openDevice();
 		_db = ZonDBManager::getInstance();
 		_db->initialize();
 		return _db;
@@ -108,14 +41,11 @@ protected:
 	{
 		ZonDBManager* manager = db();
 		for (bool isSecond : {false, true}) {
-			std::vector<Cityinfo> current = manager->getAllCityList(isSecond);
-			for (const Cityinfo& city : current)
+			for (const Cityinfo& city : manager->getAllCityList(isSecond))
 				manager->remove(city.id, city.cityname_eng, isSecond, true, true);
+			for (int id : isSecond ? second : main)
+				manager->insert(id, allCityList[id - 1].cityname_eng, isSecond);
 		}
-		for (int id : main)
-			manager->insert(id, catalogueName(id), false);
-		for (int id : second)
-			manager->insert(id, catalogueName(id), true);
 		manager->finalize();
 	}
 
@@ -124,61 +54,17 @@ protected:
 		ZonDBManager* manager = db();
 		Lists result;
 		for (bool isSecond : {false, true}) {
-			std::vector<Cityinfo> cities = manager->getAllCityList(isSecond);
-			for (const Cityinfo& city : cities) {
+			for (const Cityinfo& city : manager->getAllCityList(isSecond)) {
 				Row row{city.id, city.cityname_eng, 0, 0, false, 0};
-				manager->getWeatherInfo(city.id, row.weatherType, row.temperature, row.isCentigrade, row.lastUpdateTime,
-					isSecond);
-				(isSecond ? result.second : result.main).push_back(row);
+				manager->getWeatherInfo(
+					city.id, std::get<2>(row), std::get<3>(row), std::get<4>(row), std::get<5>(row), isSecond);
+				(isSecond ? result.second : result.first).push_back(row);
 			}
 		}
 		manager->finalize();
 		return result;
 	}
 
-	struct Outcome {
-		int exitCode = -1;
-		std::string out;
-		std::string err;
-	};
-
-	Outcome zonclock(const std::vector<std::string>& args)
-	{
-		Outcome result;
-		std::string outPath = _tmp + "/out";
-		std::string errPath = _tmp + "/err";
-		posix_spawn_file_actions_t actions;
-		posix_spawn_file_actions_init(&actions);
-		posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-		posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-		std::vector<std::string> all = {ZONCLOCK_PATH, "--root", _root};
-		all.insert(all.end(), args.begin(), args.end());
-		std::vector<char*> argv;
-		for (std::string& arg : all)
-			argv.push_back(arg.data());
-		argv.push_back(nullptr);
-		pid_t pid;
-		int status = 0;
-		if (posix_spawn(&pid, ZONCLOCK_PATH, &actions, nullptr, argv.data(), environ) == 0
-			&& waitpid(pid, &status, 0) == pid && WIFEXITED(status))
-			result.exitCode = WEXITSTATUS(status);
-		posix_spawn_file_actions_destroy(&actions);
-		result.out = readFile(outPath);
-		result.err = readFile(errPath);
-		return result;
-	}
-
-	// Backs the device up into _file and returns what the lists were.
-	Lists backUp()
-	{
-		Lists before = lists();
-		Outcome backup = zonclock({"backup", _file});
-		EXPECT_EQ(0, backup.exitCode) << backup.err;
-		return before;
-	}
-
-	std::string _tmp;
-	std::string _root;
 	std::string _file;
 	ZonDBManager* _db = nullptr;
 };
@@ -192,51 +78,36 @@ TEST_F(ZonclockBackupTest, RestoreReproducesBothListsWithDuplicatesOrderAndWeath
 	manager->updateWeatherInfo(35, RAIN, -3, false, 1700000100);
 	manager->updateWeatherInfo(39, SNOW, -7, true, 1700000200);
 	manager->finalize();
+	const Lists before = lists();
+	ASSERT_EQ((Row{299, "Tokyo", SUNNY, 21, true, 1700000000}), before.second.at(1));
+	ASSERT_EQ((Row{54, "Cairo ", 0, 0, false, 0}), before.first.at(3));
 
-	Lists before = lists();
-	ASSERT_EQ(4u, before.main.size());
-	ASSERT_EQ(2u, before.second.size());
-	ASSERT_EQ((Row{299, "Tokyo", SUNNY, 21, true, 1700000000}), before.second[1]);
-	ASSERT_EQ((Row{54, "Cairo ", 0, 0, false, 0}), before.main[3]);
 	Outcome backup = zonclock({"backup", _file});
-	ASSERT_EQ(0, backup.exitCode) << backup.err;
 	EXPECT_EQ("Backed up 4 cities of the main list and 2 of the second list to " + _file + ".\n", backup.out);
-
-	// Something else entirely in the meantime, weather included.
 	setLists({11}, {11, 35});
 	manager = db();
 	manager->updateWeatherInfo(35, CLOUDY, 30, true, 1800000000);
 	manager->finalize();
-
 	Outcome restore = zonclock({"restore", _file});
-	ASSERT_EQ(0, restore.exitCode) << restore.err;
 	EXPECT_EQ("Restored 4 cities to the main list and 2 to the second list from " + _file + ".\n", restore.out);
 	EXPECT_EQ(before, lists());
-
 	// Neither session leaves its file in the application's trusted directory.
-	EXPECT_FALSE(std::filesystem::exists(_root + "/apps/" ZON_HOST_DEFAULT_APP_ID "/shared/trusted/backup.dat"));
-	EXPECT_FALSE(std::filesystem::exists(_root + "/apps/" ZON_HOST_DEFAULT_APP_ID "/shared/trusted/restore.dat"));
-}
+	for (const char* name : {"backup.dat", "restore.dat"})
+		EXPECT_FALSE(std::filesystem::exists(_root + "/apps/" ZON_HOST_DEFAULT_APP_ID "/shared/trusted/" + name));
 
-TEST_F(ZonclockBackupTest, BackupOfEmptyListsEmptiesThemOnRestore)
-{
+	// Empty lists are backed up too, and restoring them empties the device.
 	setLists({}, {});
-	Outcome backup = zonclock({"backup", _file});
-	ASSERT_EQ(0, backup.exitCode) << backup.err;
-	EXPECT_EQ("Backed up 0 cities of the main list and 0 of the second list to " + _file + ".\n", backup.out);
-
+	EXPECT_SUCCESS(zonclock({"backup", _file}));
 	setLists({1, 2}, {3});
-	Outcome restore = zonclock({"restore", _file});
-	ASSERT_EQ(0, restore.exitCode) << restore.err;
+	EXPECT_SUCCESS(zonclock({"restore", _file}));
 	EXPECT_EQ(Lists(), lists());
 }
 
 TEST_F(ZonclockBackupTest, DamagedFileChangesNothingAndSaysWhy)
 {
 	setLists({299, 35, 54}, {39});
-	backUp();
+	EXPECT_SUCCESS(zonclock({"backup", _file}));
 	const std::string good = readFile(_file);
-	// What the device holds when the restores are tried.
 	setLists({11, 35}, {});
 	const Lists current = lists();
 
@@ -244,48 +115,40 @@ TEST_F(ZonclockBackupTest, DamagedFileChangesNothingAndSaysWhy)
 		std::string text = good;
 		size_t at = text.find(from);
 		EXPECT_NE(std::string::npos, at) << from;
-		if (at != std::string::npos)
-			text.replace(at, from.size(), to);
-		return text;
+		return at == std::string::npos ? text : text.replace(at, from.size(), to);
 	};
 	// The last record dropped, and the count made to agree: the file is sound, the set is not.
 	std::string shortened = good.substr(0, good.find("\n[record 4]")) + "\n";
 	shortened = shortened.replace(shortened.find("count=5"), 7, "count=4");
 
-	struct Case {
-		const char* name;
-		std::string text;
-		std::vector<std::string> said;
-	};
-	const Case cases[] = {
-		{"broken JSON", replaced("\"list\":\"main\",\"position\":1", "\"list\":\"main\",\"posi"),
+	const std::pair<std::string, std::vector<std::string>> cases[] = {
+		{replaced("\"list\":\"main\",\"position\":1", "\"list\":\"main\",\"posi"),
 			{"[record 2]: it is not a record of a zonclock backup", "main list position 2 is missing"}},
-		{"unknown city", replaced("\"cityId\":35,", "\"cityId\":36,"),
+		{replaced("\"cityId\":35,", "\"cityId\":36,"),
 			{"[record 2]: city 36 \"Beijing\" is not in the catalogue", "main list position 2 is missing"}},
-		{"missing member", replaced("\"temperature\":0,", ""), {"[record 1]: the city has no valid temperature"}},
-		{"lost record", shortened, {"second list position 1 is missing"}},
-		{"two manifests", replaced("\"kind\":\"zonclock.city\"", "\"kind\":\"zonclock.manifest\""),
+		{replaced("\"temperature\":0,", ""), {"[record 1]: the city has no valid temperature"}},
+		{shortened, {"second list position 1 is missing"}},
+		{replaced("\"kind\":\"zonclock.city\"", "\"kind\":\"zonclock.manifest\""),
 			{"[record 1]: the manifest has no valid city counts"}},
-		{"newer format", replaced("\"format\":1,\"list\"", "\"format\":2,\"list\""),
-			{"[record 1]: its format is not 1"}},
-		{"not a record file", "[records]\nformat=1\ncount=7\n", {"holds no records that can be read"}},
-		{"empty file", "", {"holds no records that can be read"}},
+		{replaced("\"format\":1,\"list\"", "\"format\":2,\"list\""), {"[record 1]: its format is not 1"}},
+		{"[records]\nformat=1\ncount=7\n", {"holds no records that can be read"}},
+		{"", {"holds no records that can be read"}},
 	};
-	for (const Case& c : cases) {
-		SCOPED_TRACE(c.name);
-		std::ofstream(_file, std::ios::trunc) << c.text;
+	for (const auto& [text, said] : cases) {
+		SCOPED_TRACE(said[0]);
+		std::ofstream(_file, std::ios::trunc) << text;
 		Outcome restore = zonclock({"restore", _file});
 		EXPECT_EQ(1, restore.exitCode);
 		EXPECT_EQ("", restore.out);
-		EXPECT_NE(std::string::npos, restore.err.find("nothing was changed")) << restore.err;
-		for (const std::string& text : c.said)
-			EXPECT_NE(std::string::npos, restore.err.find(text)) << restore.err;
+		EXPECT_TRUE(contains(restore.err, "nothing was changed")) << restore.err;
+		for (const std::string& part : said)
+			EXPECT_TRUE(contains(restore.err, part)) << restore.err;
 		EXPECT_EQ(current, lists());
 	}
 
 	Outcome missing = zonclock({"restore", _tmp + "/no-such-file"});
 	EXPECT_EQ(1, missing.exitCode);
-	EXPECT_NE(std::string::npos, missing.err.find("No such file or directory")) << missing.err;
+	EXPECT_TRUE(contains(missing.err, "No such file or directory")) << missing.err;
 	EXPECT_EQ(current, lists());
 }
 

@@ -1,0 +1,139 @@
+// The host's stand-ins for the watch's toolkit extension: who gets the back key, how rotary
+// callbacks are ordered and stopped, the desktop's keys and wheel, and the theme overlay.
+
+#include <string>
+#include <vector>
+
+#include <efl_extension.h>
+
+#include "UiFixture.h"
+
+namespace {
+
+using Trace = std::vector<std::string>;
+
+struct Recorder {
+	Trace* trace;
+	std::string name;
+	Eina_Bool result;
+};
+
+void onBack(void* data, Evas_Object*, void*)
+{
+	auto* r = static_cast<Recorder*>(data);
+	r->trace->push_back(r->name);
+}
+
+Eina_Bool onRotary(void* data, Evas_Object*, Eext_Rotary_Event_Info* info)
+{
+	auto* r = static_cast<Recorder*>(data);
+	r->trace->push_back(r->name + (info->direction == EEXT_ROTARY_DIRECTION_CLOCKWISE ? "+" : "-"));
+	return r->result;
+}
+
+}
+
+class HostToolkitTest : public UiFixture {
+protected:
+	Evas_Object* shown()
+	{
+		Evas_Object* b = elm_button_add(window());
+		evas_object_show(b);
+		return b;
+	}
+};
+
+TEST_F(HostToolkitTest, BackKeyGoesToTheNewestShownReceiver)
+{
+	Trace trace;
+	Recorder a{&trace, "a", EINA_TRUE}, b{&trace, "b", EINA_TRUE}, b2{&trace, "b2", EINA_TRUE};
+	Evas_Object* first = shown();
+	Evas_Object* second = shown();
+	eext_object_event_callback_add(first, EEXT_CALLBACK_BACK, onBack, &a);
+	eext_object_event_callback_add(second, EEXT_CALLBACK_BACK, onBack, &b);
+	eext_object_event_callback_add(second, EEXT_CALLBACK_MORE, onBack, &b2);
+	EXPECT_EQ(second, zon_host_back_key());
+	EXPECT_EQ(Trace{"b"}, trace);
+
+	evas_object_hide(second);
+	EXPECT_EQ(first, zon_host_back_key());
+	evas_object_show(second);
+	EXPECT_EQ(&b, eext_object_event_callback_del(second, EEXT_CALLBACK_BACK, onBack));
+	EXPECT_EQ(nullptr, eext_object_event_callback_del(second, EEXT_CALLBACK_BACK, onBack));
+	EXPECT_EQ(first, zon_host_back_key());
+	evas_object_del(first);
+	EXPECT_EQ(nullptr, zon_host_back_key());
+	EXPECT_EQ((Trace{"b", "a", "a"}), trace);
+}
+
+TEST_F(HostToolkitTest, RotaryCallbacksRunByPriorityUntilOneStops)
+{
+	Trace trace;
+	Recorder early{&trace, "early", EINA_TRUE}, normal{&trace, "normal", EINA_FALSE}, late{&trace, "late", EINA_TRUE};
+	Evas_Object* obj = shown();
+	eext_rotary_object_event_callback_priority_add(obj, 10, onRotary, &late);
+	eext_rotary_object_event_callback_add(obj, onRotary, &normal);
+	eext_rotary_object_event_callback_priority_add(obj, -100, onRotary, &early);
+	EXPECT_FALSE(zon_host_rotary_event(true)) << "not activated yet";
+	eext_rotary_object_event_activated_set(obj, EINA_TRUE);
+	EXPECT_TRUE(zon_host_rotary_event(true));
+	EXPECT_EQ((Trace{"early+", "normal+"}), trace);
+
+	// Removal takes the first callback of that function in the order of adding: "late".
+	EXPECT_EQ(&late, eext_rotary_object_event_callback_del(obj, onRotary));
+	normal.result = EINA_TRUE;
+	trace.clear();
+	zon_host_rotary_event(false);
+	EXPECT_EQ((Trace{"early-", "normal-"}), trace);
+
+	Evas_Object* other = shown();
+	eext_rotary_object_event_activated_set(other, EINA_TRUE);
+	EXPECT_EQ(other, zon_host_rotary_activated_object());
+	eext_rotary_object_event_activated_set(obj, EINA_FALSE);
+	EXPECT_EQ(other, zon_host_rotary_activated_object());
+	evas_object_del(other);
+	EXPECT_EQ(nullptr, zon_host_rotary_activated_object());
+}
+
+TEST_F(HostToolkitTest, DesktopKeysAndWheelAreTheBackKeyAndTheBezel)
+{
+	Trace trace;
+	Recorder back{&trace, "back", EINA_TRUE}, bezel{&trace, "bezel", EINA_TRUE};
+	Evas_Object* obj = shown();
+	eext_object_event_callback_add(obj, EEXT_CALLBACK_BACK, onBack, &back);
+	eext_rotary_object_event_callback_add(obj, onRotary, &bezel);
+	eext_rotary_object_event_activated_set(obj, EINA_TRUE);
+
+	for (const char* name : {"Escape", "BackSpace", "Return"}) {
+		auto* key = static_cast<Ecore_Event_Key*>(calloc(1, sizeof(Ecore_Event_Key)));
+		key->keyname = name;
+		key->key = name;
+		ecore_event_add(ECORE_EVENT_KEY_DOWN, key, [](void*, void* event) { free(event); }, nullptr);
+	}
+	for (int z : {1, -1, 0}) {
+		auto* wheel = static_cast<Ecore_Event_Mouse_Wheel*>(calloc(1, sizeof(Ecore_Event_Mouse_Wheel)));
+		wheel->z = z;
+		ecore_event_add(ECORE_EVENT_MOUSE_WHEEL, wheel, [](void*, void* event) { free(event); }, nullptr);
+	}
+	EXPECT_TRUE(pumpUntil([&] { return trace.size() >= 4; }));
+	pump(0.05);
+	EXPECT_EQ((Trace{"back", "back", "bezel+", "bezel-"}), trace);
+}
+
+TEST_F(HostToolkitTest, WatchThemeIsAnOverlayOnce)
+{
+	std::string theme = zon_host_toolkit_theme_path();
+	ASSERT_TRUE(g_file_test(theme.c_str(), G_FILE_TEST_IS_REGULAR)) << theme;
+	EXPECT_EQ(0, zon_host_toolkit_init());
+	int found = 0;
+	const Eina_List* l;
+	void* data;
+	EINA_LIST_FOREACH(elm_theme_overlay_list_get(nullptr), l, data) {
+		found += theme == static_cast<const char*>(data);
+	}
+	EXPECT_EQ(1, found);
+
+	setEnv("ZON_HOST_THEME", rootPath("missing.edj").c_str());
+	EXPECT_EQ(-1, zon_host_toolkit_init());
+	EXPECT_EQ(rootPath("missing.edj"), zon_host_toolkit_theme_path());
+}

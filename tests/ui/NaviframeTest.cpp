@@ -1,0 +1,169 @@
+// WNaviframeControllerEx and the framework's naviframe and view controllers under it: top and
+// bottom views, deleting the top page, popping by the back key, and views bound to their objects.
+
+#include <string>
+#include <vector>
+
+#include <WNaviframeControllerEx.h>
+
+#include "UiFixture.h"
+
+using app_trellis::WViewController;
+
+namespace {
+
+using Trace = std::vector<std::string>;
+
+class PageView : public WViewController {
+public:
+	PageView(Trace& trace, std::string name, bool keep = false)
+		: trace_(trace), name_(std::move(name)), keep_(keep)
+	{
+	}
+
+protected:
+	Evas_Object* onCreateView(Evas_Object* parent, void*) override
+	{
+		Evas_Object* label = elm_label_add(parent);
+		elm_object_text_set(label, name_.c_str());
+		return label;
+	}
+	void onDestroy() override { trace_.push_back("destroy " + name_); }
+	void onBecomeTop() override { trace_.push_back("top " + name_); }
+	bool onPop() override
+	{
+		trace_.push_back("pop " + name_);
+		return !keep_;
+	}
+
+private:
+	Trace& trace_;
+	std::string name_;
+	bool keep_;
+};
+
+}
+
+class NaviframeTest : public UiFixture {
+protected:
+	void SetUp() override
+	{
+		UiFixture::SetUp();
+		navi_ = new WNaviframeControllerEx();
+		ASSERT_TRUE(navi_->create(window(), nullptr));
+		evas_object_resize(navi_->getEvasObject(), 360, 360);
+		evas_object_show(navi_->getEvasObject());
+	}
+
+	PageView* push(const std::string& name, bool keep = false)
+	{
+		auto* view = new PageView(trace_, name, keep);
+		EXPECT_TRUE(navi_->push(view, name.c_str()));
+		return view;
+	}
+
+	WNaviframeControllerEx* navi_ = nullptr;
+	Trace trace_;
+};
+
+TEST_F(NaviframeTest, TopAndBottomViews)
+{
+	EXPECT_EQ(nullptr, navi_->getTopView());
+	EXPECT_EQ(nullptr, navi_->getBottomView());
+
+	PageView* first = push("first");
+	EXPECT_EQ(first, navi_->getTopView());
+	EXPECT_EQ(first, navi_->getBottomView());
+	push("second");
+	PageView* third = push("third");
+	EXPECT_EQ(third, navi_->getTopView());
+	EXPECT_EQ(first, navi_->getBottomView());
+	EXPECT_STREQ("third", navi_->getTopView()->getName());
+	EXPECT_EQ(navi_, third->getNaviframeController());
+	EXPECT_EQ(third, WViewController::getInstanceFromEvasObj(third->getEvasObject()));
+}
+
+TEST_F(NaviframeTest, ItemsWithoutAViewCountAsNone)
+{
+	Evas_Object* naviframe = navi_->getEvasObject();
+	elm_naviframe_item_push(naviframe, nullptr, nullptr, nullptr, nullptr, nullptr);
+	EXPECT_EQ(nullptr, navi_->getTopView());
+	Evas_Object* plain = elm_label_add(naviframe);
+	elm_naviframe_item_push(naviframe, nullptr, nullptr, nullptr, plain, nullptr);
+	EXPECT_EQ(nullptr, navi_->getTopView());
+	EXPECT_EQ(nullptr, navi_->getBottomView());
+}
+
+TEST_F(NaviframeTest, DeleteTopDeletesThePageAndItsView)
+{
+	PageView* first = push("first");
+	PageView* second = push("second");
+	DeletionWatch secondObject(second->getEvasObject());
+	navi_->deleteTop();
+	EXPECT_TRUE(secondObject.gone());
+	EXPECT_EQ((Trace{"destroy second"}), trace_);
+	EXPECT_EQ(first, navi_->getTopView());
+	EXPECT_EQ(1, navi_->getViewCount());
+
+	navi_->deleteTop();
+	EXPECT_EQ(nullptr, navi_->getTopView());
+	navi_->deleteTop();
+	EXPECT_EQ((Trace{"destroy second", "destroy first"}), trace_);
+}
+
+TEST_F(NaviframeTest, BackKeyPopsDownToTheLastPage)
+{
+	push("first");
+	push("second");
+	// The naviframe ignores pops while a page is still sliding in.
+	pump(0.6);
+	int lastPops = 0;
+	navi_->setOnLastItemPop([&](bool* popOut) {
+		++lastPops;
+		*popOut = false;
+	});
+	EXPECT_EQ(navi_->getEvasObject(), zon_host_back_key());
+	EXPECT_EQ((Trace{"pop second", "top first"}), trace_);
+	ASSERT_TRUE(pumpUntil([&] { return navi_->getViewCount() == 1 && trace_.size() == 3; }));
+	EXPECT_EQ("destroy second", trace_.back());
+
+	// The last page asks the application instead.
+	zon_host_back_key();
+	EXPECT_EQ(1, lastPops);
+	EXPECT_EQ(1, navi_->getViewCount());
+}
+
+TEST_F(NaviframeTest, AViewMayRefuseToBePopped)
+{
+	push("first");
+	push("editor", true);
+	pump(0.6);
+	navi_->pop();
+	pump(0.5);
+	EXPECT_EQ(2, navi_->getViewCount());
+	EXPECT_STREQ("editor", navi_->getTopView()->getName());
+}
+
+TEST_F(NaviframeTest, PopToANamedView)
+{
+	push("first");
+	push("second");
+	push("third");
+	pump(0.6);
+	EXPECT_FALSE(navi_->popTo("nowhere"));
+	EXPECT_TRUE(navi_->popTo("first"));
+	EXPECT_TRUE(pumpUntil([&] { return navi_->getViewCount() == 1; }));
+	EXPECT_STREQ("first", navi_->getTopView()->getName());
+}
+
+TEST_F(NaviframeTest, ViewLivesAsLongAsItsObject)
+{
+	Trace trace;
+	auto* view = new PageView(trace, "loose");
+	ASSERT_TRUE(view->create(window(), nullptr));
+	EXPECT_FALSE(view->create(window(), nullptr));
+	Evas_Object* obj = view->getEvasObject();
+	evas_object_del(obj);
+	EXPECT_EQ(Trace{"destroy loose"}, trace);
+	EXPECT_EQ(nullptr, WViewController::getInstanceFromEvasObj(obj));
+}

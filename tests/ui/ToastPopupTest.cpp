@@ -1,0 +1,206 @@
+// ToastPopup: how a toast ends (time-out, tap, back key, screen reader), that it deletes itself
+// exactly once and after its dismissed callback, and the updating notice.
+
+#include <string>
+#include <vector>
+
+#include <ToastPopup.h>
+
+#include "UiFixture.h"
+
+namespace {
+
+using Trace = std::vector<std::string>;
+
+// Records its own deletion, so that the self-deletion can be seen in order with the callbacks.
+class TrackedToast : public ToastPopup {
+public:
+	explicit TrackedToast(Trace& trace)
+		: trace_(trace)
+	{
+		setHideNotiCb([this] { trace_.push_back("hide"); });
+		setDismissedNotiCb([this] { trace_.push_back("dismissed"); });
+		setPopupShowFinishedNotiCb([this] { trace_.push_back("shown"); });
+	}
+	~TrackedToast() override { trace_.push_back("deleted"); }
+
+private:
+	Trace& trace_;
+};
+
+}
+
+class ToastPopupTest : public UiFixture {
+protected:
+	bool pumpUntilDeleted(const Trace& trace, double seconds = 2.0)
+	{
+		return pumpUntil([&] { return !trace.empty() && trace.back() == "deleted"; }, seconds);
+	}
+};
+
+TEST_F(ToastPopupTest, StyleTextAndPlacement)
+{
+	struct Case {
+		bool isCheck, isSmall;
+		const char* style;
+	};
+	for (const Case& c : {Case{false, false, "toast/circle"}, Case{false, true, "toast/small/circle"},
+			 Case{true, false, "toast/circle/check"}, Case{true, true, "toast/circle/check"}}) {
+		Trace trace;
+		Evas_Object* popup = (new TrackedToast(trace))->create(window(), "City added.", c.isCheck, c.isSmall);
+		Evas_Object* other = (new TrackedToast(trace))->create(window(), "City added.", "unused", c.isCheck, c.isSmall);
+		for (Evas_Object* p : {popup, other}) {
+			EXPECT_STREQ(c.style, elm_object_style_get(p)) << c.isCheck << c.isSmall;
+			EXPECT_EQ("City added.", text(p));
+			EXPECT_EQ(ELM_POPUP_ORIENT_BOTTOM, elm_popup_orient_get(p));
+			EXPECT_DOUBLE_EQ(2.0, elm_popup_timeout_get(p));
+			EXPECT_TRUE(evas_object_visible_get(p));
+		}
+		evas_object_smart_callback_call(popup, "timeout", nullptr);
+		evas_object_smart_callback_call(other, "timeout", nullptr);
+		EXPECT_TRUE(pumpUntil([&] { return trace.size() == 6; }));
+	}
+}
+
+TEST_F(ToastPopupTest, TapBackKeyOrTimeOutHidesAndTheToastDeletesItselfOnce)
+{
+	const std::vector<std::function<void(Evas_Object*)>> triggers = {
+		[](Evas_Object* p) { evas_object_smart_callback_call(p, "block,clicked", nullptr); },
+		[](Evas_Object* p) { EXPECT_EQ(p, zon_host_back_key()); },
+		[](Evas_Object* p) { evas_object_smart_callback_call(p, "timeout", nullptr); },
+	};
+	for (size_t i = 0; i < triggers.size(); ++i) {
+		Trace trace;
+		Evas_Object* popup = (new TrackedToast(trace))->create(window(), "Deleted.", true, false);
+		DeletionWatch widget(popup);
+		triggers[i](popup);
+		EXPECT_EQ(Trace{"hide"}, trace) << "trigger " << i;
+		// Hiding takes the key and the other triggers away: nothing hides it a second time.
+		EXPECT_EQ(nullptr, zon_host_back_key());
+		evas_object_smart_callback_call(popup, "block,clicked", nullptr);
+		evas_object_smart_callback_call(popup, "timeout", nullptr);
+		EXPECT_EQ(Trace{"hide"}, trace);
+
+		ASSERT_TRUE(pumpUntilDeleted(trace)) << "trigger " << i;
+		EXPECT_EQ((Trace{"hide", "dismissed", "deleted"}), trace);
+		EXPECT_TRUE(widget.gone());
+	}
+}
+
+TEST_F(ToastPopupTest, EndsByItselfAfterTwoSeconds)
+{
+	Trace trace;
+	double start = ecore_time_get();
+	(new TrackedToast(trace))->create(window(), "Weather updated.", false, false);
+	ASSERT_TRUE(pumpUntilDeleted(trace, 4.0));
+	EXPECT_GE(ecore_time_get() - start, 1.9);
+	EXPECT_EQ((Trace{"hide", "dismissed", "deleted"}), trace);
+}
+
+TEST_F(ToastPopupTest, ScreenReaderReadsTheTextAndItsEndClosesTheToast)
+{
+	setScreenReader(true);
+	for (bool cancelled : {false, true}) {
+		Trace trace;
+		Evas_Object* popup = (new TrackedToast(trace))->create(window(), "City changed.", false, false);
+		EXPECT_DOUBLE_EQ(10.0, elm_popup_timeout_get(popup));
+		Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
+		ASSERT_NE(nullptr, textAccess);
+		EXPECT_EQ(ELM_ACCESSIBLE_READING_INFO_TYPE_NAME, elm_atspi_accessible_reading_info_type_get(textAccess));
+		// The name follows the text as it is now.
+		elm_object_part_text_set(popup, "elm.text", "City changed again.");
+		EXPECT_EQ("City changed again.", readerText(textAccess));
+
+		ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, cancelled));
+		EXPECT_EQ(Trace{"hide"}, trace);
+		ASSERT_TRUE(pumpUntilDeleted(trace));
+		EXPECT_EQ((Trace{"hide", "dismissed", "deleted"}), trace);
+	}
+}
+
+TEST_F(ToastPopupTest, HighlightedByHandItOutlastsTheReading)
+{
+	setScreenReader(true);
+	Trace trace;
+	Evas_Object* popup = (new TrackedToast(trace))->create(window(), "Select items.", false, true);
+	Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
+	ASSERT_EQ(0, zon_host_screen_reader_highlight(textAccess));
+	EXPECT_TRUE(zon_host_log_contains("set highlighted"));
+
+	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
+	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, true));
+	pump(0.3);
+	EXPECT_TRUE(trace.empty());
+	EXPECT_TRUE(evas_object_visible_get(popup));
+
+	evas_object_smart_callback_call(popup, "timeout", nullptr);
+	ASSERT_TRUE(pumpUntilDeleted(trace));
+	EXPECT_EQ((Trace{"hide", "dismissed", "deleted"}), trace);
+}
+
+TEST_F(ToastPopupTest, ReadingEndAfterATapHidesAgainButDeletesOnce)
+{
+	setScreenReader(true);
+	Trace trace;
+	Evas_Object* popup = (new TrackedToast(trace))->create(window(), "Deleted.", true, false);
+	evas_object_smart_callback_call(popup, "block,clicked", nullptr);
+	// The tap leaves the reader's handlers in place: the reading end starts hiding once more.
+	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
+	ASSERT_TRUE(pumpUntilDeleted(trace));
+	EXPECT_EQ((Trace{"hide", "hide", "dismissed", "deleted"}), trace);
+}
+
+TEST_F(ToastPopupTest, UpdatingNoticeStaysWithABusyIndicator)
+{
+	Trace trace;
+	auto* toast = new TrackedToast(trace);
+	Evas_Object* popup = toast->createShowWeatherUpdatingPopup(window());
+	ASSERT_NE(nullptr, popup);
+	EXPECT_STREQ("toast/circle", elm_object_style_get(popup));
+	EXPECT_EQ("Updating...", text(popup));
+	EXPECT_DOUBLE_EQ(0.0, elm_popup_timeout_get(popup));
+	Evas_Object* busy = elm_object_part_content_get(popup, "toast,icon");
+	ASSERT_NE(nullptr, busy);
+	EXPECT_STREQ("elm_progressbar", evas_object_type_get(busy));
+	EXPECT_STREQ("process/small", elm_object_style_get(busy));
+	EXPECT_TRUE(elm_progressbar_pulse_get(busy));
+
+	// Upstream never reports the end of the show animation; the device's toolkit does.
+	evas_object_smart_callback_call(popup, "show,finished", nullptr);
+	EXPECT_EQ(Trace{"shown"}, trace);
+
+	DeletionWatch widget(popup);
+	toast->weatherUpdatingPopupDismissed();
+	EXPECT_EQ((Trace{"shown", "deleted"}), trace);
+	EXPECT_TRUE(widget.gone());
+}
+
+TEST_F(ToastPopupTest, UpdatingNoticeClosedWithTheBackKey)
+{
+	Trace trace;
+	Evas_Object* popup = (new TrackedToast(trace))->createShowWeatherUpdatingPopup(window());
+	EXPECT_EQ(popup, zon_host_back_key());
+	ASSERT_TRUE(pumpUntilDeleted(trace));
+	// Its back key only dismisses: no hide callback.
+	EXPECT_EQ((Trace{"dismissed", "deleted"}), trace);
+}
+
+TEST_F(ToastPopupTest, UpdatingNoticeForTheScreenReaderAndInAnotherLanguage)
+{
+	setScreenReader(true);
+	Trace trace;
+	auto* toast = new TrackedToast(trace);
+	Evas_Object* popup = toast->createShowWeatherUpdatingPopup(window());
+	EXPECT_EQ(ELM_ACCESSIBLE_READING_INFO_TYPE_DESCRIPTION, elm_atspi_accessible_reading_info_type_get(popup));
+	EXPECT_EQ("Updating...", readerText(popup));
+	Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
+	EXPECT_EQ(ELM_ACCESSIBLE_READING_INFO_TYPE_NAME, elm_atspi_accessible_reading_info_type_get(textAccess));
+	// The reader gets plain text, not markup.
+	elm_object_part_text_set(popup, "elm.text", "Rain &amp; wind<br>soon");
+	EXPECT_EQ("Rain & wind\nsoon", readerText(popup));
+	EXPECT_EQ("Rain & wind\nsoon", readerText(textAccess));
+
+	changeLanguage("xx");
+	EXPECT_EQ("updating", text(popup));
+	toast->weatherUpdatingPopupDismissed();
+}

@@ -1,0 +1,113 @@
+// app_trellis::WTimer: repetition until the handler says no, ending from outside and from inside
+// the handler, firing at once, freezing, and what the weak pointers see.
+
+#include <memory>
+
+#include <WTimer.h>
+
+#include "UiFixture.h"
+
+using app_trellis::WTimer;
+using app_trellis::WTimerWeakPtr;
+
+class WTimerTest : public UiFixture {};
+
+TEST_F(WTimerTest, RepeatsUntilTheHandlerReturnsFalse)
+{
+	int calls = 0;
+	int data = 7;
+	int seen = 0;
+	WTimerWeakPtr timer = WTimer::addTimer(0.02, [&](void* d) {
+		seen = *static_cast<int*>(d);
+		return ++calls < 3;
+	}, &data, "three");
+	ASSERT_FALSE(timer.expired());
+	EXPECT_EQ("three", timer.lock()->getName());
+	EXPECT_DOUBLE_EQ(0.02, timer.lock()->getInterval());
+	EXPECT_EQ(1u, WTimer::getCount());
+
+	ASSERT_TRUE(pumpUntil([&] { return timer.expired(); }));
+	EXPECT_EQ(3, calls);
+	EXPECT_EQ(7, seen);
+	EXPECT_EQ(0u, WTimer::getCount());
+	pump(0.1);
+	EXPECT_EQ(3, calls);
+}
+
+TEST_F(WTimerTest, DestroyedTimerNeverRunsAndReleasesItsHandler)
+{
+	auto captured = std::make_shared<int>(0);
+	std::weak_ptr<int> watch = captured;
+	bool ran = false;
+	WTimerWeakPtr timer = WTimer::addTimer(0.01, [captured, &ran](void*) {
+		ran = true;
+		return true;
+	});
+	captured.reset();
+	WTimerWeakPtr other = timer;
+	WTimer::destroy(timer);
+	EXPECT_TRUE(timer.expired());
+	EXPECT_TRUE(other.expired());
+	EXPECT_TRUE(watch.expired());
+	pump(0.1);
+	EXPECT_FALSE(ran);
+	// Destroying again, or an empty pointer, is harmless.
+	WTimer::destroy(other);
+	WTimerWeakPtr empty;
+	WTimer::destroy(empty);
+}
+
+TEST_F(WTimerTest, HandlerMayDestroyItsOwnTimer)
+{
+	int calls = 0;
+	auto self = std::make_shared<WTimerWeakPtr>();
+	*self = WTimer::addTimer(0.01, [self, &calls](void*) {
+		++calls;
+		WTimerWeakPtr mine = *self;
+		WTimer::destroy(mine);
+		return true;
+	});
+	ASSERT_TRUE(pumpUntil([&] { return self->expired(); }));
+	pump(0.05);
+	EXPECT_EQ(1, calls);
+}
+
+TEST_F(WTimerTest, FireRunsTheHandlerNowAndRestartsTheInterval)
+{
+	int calls = 0;
+	bool again = true;
+	WTimerWeakPtr timer = WTimer::addTimer(30.0, [&](void*) {
+		++calls;
+		return again;
+	});
+	EXPECT_TRUE(timer.lock()->fire());
+	EXPECT_EQ(1, calls);
+	EXPECT_GT(timer.lock()->getPending(), 29.0);
+	again = false;
+	EXPECT_FALSE(timer.lock()->fire());
+	EXPECT_EQ(2, calls);
+	EXPECT_TRUE(timer.expired());
+}
+
+TEST_F(WTimerTest, FrozenTimerWaits)
+{
+	int calls = 0;
+	WTimerWeakPtr timer = WTimer::addTimer(0.05, [&](void*) {
+		++calls;
+		return false;
+	});
+	timer.lock()->freeze();
+	EXPECT_TRUE(timer.lock()->isFrozen());
+	pump(0.15);
+	EXPECT_EQ(0, calls);
+	timer.lock()->thaw();
+	EXPECT_TRUE(pumpUntil([&] { return calls == 1; }));
+}
+
+TEST_F(WTimerTest, RefusedTimers)
+{
+	EXPECT_TRUE(WTimer::addTimer(-1.0, [](void*) { return false; }).expired());
+	EXPECT_TRUE(WTimer::addTimer(1.0, WTimer::Handler()).expired());
+	EXPECT_EQ(0u, WTimer::getCount());
+	EXPECT_EQ(2u, zon_host_log_count_matching("invalid timer"));
+}

@@ -1,0 +1,203 @@
+// ZonPopup: each notice's text, style and display time, how notices go away, the plural notice,
+// re-translation of the translatable ones and the no-result icon.
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <ZonPopup.h>
+
+#include "UiFixture.h"
+
+namespace {
+
+struct Notice {
+	const char* name;
+	std::function<void(Evas_Object*)> show;
+	const char* textId;
+	const char* style;
+	bool translatable;
+	double readerTimeout;
+};
+
+const std::vector<Notice>& notices()
+{
+	static const std::vector<Notice> all = {
+		{"city added", ZonPopup::showCityAddedPopup, "IDS_ZON_POP_CITY_ADDED", "toast/circle/check", false, 5.0},
+		{"already exist", ZonPopup::showAlreadyExistPopup, "WDS_ZON_TPOP_CITY_ALREADY_ADDED_ABB", "toast/circle/check",
+			true, 8.0},
+		{"city deleted", ZonPopup::showCityDeletedPopup, "WDS_ZON_TPOP_DELETED", "toast/circle/check", false, 5.0},
+		{"update success", ZonPopup::showUpdateSuccessPopup, "WDS_ZON_TPOP_WEATHER_UPDATED_ABB", "toast/circle", false,
+			7.0},
+		{"update failed", ZonPopup::showUpdateFailedPopup, "WDS_ZON_TPOP_COULDNT_UPDATE_WEATHER_ABB", "toast/circle",
+			false, 7.0},
+		{"city changed", ZonPopup::showCityChangedPopup, "WDS_ZON_TPOP_CITY_CHANGED_ABB", "toast/circle/check", true,
+			10.0},
+		{"select item", ZonPopup::showSelectItemPopup, "WDS_TPLATFORM_TPOP_SELECT_ITEMS", "toast/small/circle", true,
+			5.0},
+		{"no result", [](Evas_Object* parent) { ZonPopup::noResultPopup(parent); }, "WDS_ZON_TPOP_NO_CITIES_FOUND_ABB",
+			"toast/circle", true, 10.0},
+	};
+	return all;
+}
+
+}
+
+class ZonPopupTest : public UiFixture {};
+
+TEST_F(ZonPopupTest, EachNoticeHasItsTextStyleAndTime)
+{
+	for (bool reader : {false, true}) {
+		setScreenReader(reader);
+		for (const Notice& notice : notices()) {
+			notice.show(window());
+			Evas_Object* popup = onlyPopup();
+			ASSERT_NE(nullptr, popup) << notice.name;
+			EXPECT_EQ(tr(notice.textId), text(popup)) << notice.name;
+			EXPECT_NE(notice.textId, text(popup)) << "untranslated: " << notice.name;
+			EXPECT_STREQ(notice.style, elm_object_style_get(popup)) << notice.name;
+			EXPECT_DOUBLE_EQ(reader ? notice.readerTimeout : 2.0, elm_popup_timeout_get(popup)) << notice.name;
+			EXPECT_TRUE(evas_object_visible_get(popup));
+			evas_object_del(popup);
+		}
+	}
+}
+
+TEST_F(ZonPopupTest, TimeOutDeletesAtOnceAndATapFadesOut)
+{
+	ZonPopup::showCityDeletedPopup(window());
+	Evas_Object* popup = onlyPopup();
+	DeletionWatch timedOut(popup);
+	evas_object_smart_callback_call(popup, "timeout", nullptr);
+	pump(0.01);
+	EXPECT_TRUE(timedOut.gone());
+
+	ZonPopup::showUpdateSuccessPopup(window());
+	popup = onlyPopup();
+	DeletionWatch tapped(popup);
+	evas_object_smart_callback_call(popup, "block,clicked", nullptr);
+	pump(0.01);
+	EXPECT_FALSE(tapped.gone()) << "deleted before its fade-out";
+	EXPECT_TRUE(pumpUntil([&] { return tapped.gone(); }));
+}
+
+TEST_F(ZonPopupTest, NoticeEndsByItselfAfterTwoSecondsWithTheReaderOff)
+{
+	ZonPopup::showSelectItemPopup(window());
+	DeletionWatch popup(onlyPopup());
+	double start = ecore_time_get();
+	ASSERT_TRUE(pumpUntil([&] { return popup.gone(); }, 4.0));
+	EXPECT_GE(ecore_time_get() - start, 1.9);
+}
+
+TEST_F(ZonPopupTest, ReadingItToTheEndRemovesIt)
+{
+	setScreenReader(true);
+	for (const Notice& notice : notices()) {
+		notice.show(window());
+		Evas_Object* popup = onlyPopup();
+		Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
+		// Registered for the description, then the name: the name is what is read.
+		EXPECT_EQ(ELM_ACCESSIBLE_READING_INFO_TYPE_NAME, elm_atspi_accessible_reading_info_type_get(textAccess));
+		EXPECT_EQ(tr(notice.textId), readerText(textAccess)) << notice.name;
+
+		DeletionWatch watch(popup);
+		// Only a finished reading removes it, not an interrupted one.
+		ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, true));
+		pump(0.01);
+		EXPECT_FALSE(watch.gone()) << notice.name;
+		ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
+		pump(0.01);
+		EXPECT_TRUE(watch.gone()) << notice.name;
+	}
+}
+
+TEST_F(ZonPopupTest, ReaderGetsAtMost255BytesOfTheText)
+{
+	setScreenReader(true);
+	ZonPopup::showCityChangedPopup(window());
+	Evas_Object* popup = onlyPopup();
+	std::string longText(300, 'x');
+	elm_object_part_text_set(popup, "elm.text", longText.c_str());
+	EXPECT_EQ(std::string(255, 'x'), readerText(elm_object_part_access_object_get(popup, "elm.text")));
+}
+
+TEST_F(ZonPopupTest, MaxNumberPicksSingularOrPluralAndPutsTheNumberIn)
+{
+	for (const char* language : {"en", "xx"}) {
+		setLanguage(language);
+		for (int number : {1, 20}) {
+			ZonPopup::showMaxNumberReachedPopup(window(), number);
+			Evas_Object* popup = onlyPopup();
+			std::string format = dngettext("zonvista", "PLURAL_ZERO_ZON_TPOP_CANT_ADD_MORE_THAN_PD_CITIES_ABB",
+				"PLURAL_ZERO_ZON_TPOP_CANT_ADD_MORE_THAN_PD_CITIES_ABB", number);
+			char expected[128];
+			snprintf(expected, sizeof(expected), format.c_str(), number);
+			EXPECT_EQ(expected, text(popup));
+			EXPECT_STREQ("toast/circle", elm_object_style_get(popup));
+			evas_object_del(popup);
+		}
+	}
+	setLanguage("en");
+	ZonPopup::showMaxNumberReachedPopup(window(), 1);
+	EXPECT_EQ("You can't add more than 1 city.", text(onlyPopup()));
+	evas_object_del(onlyPopup());
+	ZonPopup::showMaxNumberReachedPopup(window(), 20);
+	EXPECT_EQ("You can't add more than 20 cities.", text(onlyPopup()));
+}
+
+TEST_F(ZonPopupTest, LanguageChangeRetranslatesOnlyTranslatableNotices)
+{
+	std::vector<std::pair<const Notice*, Evas_Object*>> shown;
+	for (const Notice& notice : notices()) {
+		notice.show(window());
+		shown.emplace_back(&notice, popups().back());
+	}
+	std::vector<std::string> english;
+	for (const auto& entry : shown)
+		english.push_back(text(entry.second));
+
+	changeLanguage("xx");
+	for (size_t i = 0; i < shown.size(); ++i) {
+		const Notice& notice = *shown[i].first;
+		std::string now = text(shown[i].second);
+		if (notice.translatable) {
+			EXPECT_EQ(tr(notice.textId), now) << notice.name;
+			EXPECT_NE(english[i], now) << notice.name;
+		} else {
+			EXPECT_EQ(english[i], now) << notice.name;
+		}
+	}
+}
+
+TEST_F(ZonPopupTest, NoResultShowsTheErrorIconOfTheResourceDirectory)
+{
+	provideIcon("zonvista_ic_error.png");
+	std::string icon = resourceDir() + "images/zonvista_ic_error.png";
+
+	Evas_Object* popup = ZonPopup::noResultPopup(window());
+	ASSERT_NE(nullptr, popup);
+	EXPECT_EQ(popup, onlyPopup());
+	Evas_Object* image = elm_object_part_content_get(popup, "toast,icon");
+	ASSERT_NE(nullptr, image);
+	const char* file = nullptr;
+	elm_image_file_get(image, &file, nullptr);
+	EXPECT_STREQ(icon.c_str(), file);
+	int w = 0, h = 0;
+	elm_image_object_size_get(image, &w, &h);
+	EXPECT_EQ(64, w);
+	evas_object_del(popup);
+
+	// Without a resource directory the icon shows nothing, and the notice still works.
+	ASSERT_EQ(0, zon_host_fault_inject("app_get_resource_path", 1, -1));
+	popup = ZonPopup::noResultPopup(window());
+	image = elm_object_part_content_get(popup, "toast,icon");
+	ASSERT_NE(nullptr, image);
+	elm_image_object_size_get(image, &w, &h);
+	EXPECT_EQ(0, w);
+	EXPECT_EQ(tr("WDS_ZON_TPOP_NO_CITIES_FOUND_ABB"), text(popup));
+	DeletionWatch watch(popup);
+	evas_object_smart_callback_call(popup, "timeout", nullptr);
+	pump(0.01);
+	EXPECT_TRUE(watch.gone());
+}

@@ -1,0 +1,125 @@
+// Runs the built zonclock on a fresh device root of its own, with TZ=UTC so that a new device is
+// in UTC (its local-time link follows the desktop's zone when it is made).
+#pragma once
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <zon-host/zon_host.h>
+
+extern char** environ;
+
+struct Outcome {
+	int exitCode = -1;
+	std::string out;
+	std::string err;
+};
+
+inline std::string readFile(const std::string& path)
+{
+	std::ifstream in(path);
+	std::stringstream text;
+	text << in.rdbuf();
+	return text.str();
+}
+
+inline std::vector<std::string> lines(const std::string& text)
+{
+	std::vector<std::string> result;
+	std::istringstream in(text);
+	for (std::string line; std::getline(in, line);)
+		result.push_back(line);
+	return result;
+}
+
+inline bool contains(const std::string& text, const std::string& part)
+{
+	return text.find(part) != std::string::npos;
+}
+
+#define EXPECT_SUCCESS(run) EXPECT_EQ((run).exitCode, 0) << (run).err
+
+// Usage errors are one "zonclock: " line on stderr, nothing on stdout, and exit code 2.
+inline void expectUsageError(const Outcome& result, const std::string& what)
+{
+	EXPECT_EQ(result.exitCode, 2) << what;
+	EXPECT_EQ(result.out, "") << what;
+	EXPECT_EQ(lines(result.err).size(), 1u) << what << ": " << result.err;
+	EXPECT_EQ(result.err.rfind("zonclock: ", 0), 0u) << what << ": " << result.err;
+}
+
+class ZonclockFixture : public ::testing::Test {
+protected:
+	void SetUp() override
+	{
+		char dir[] = "/tmp/zonclock-test-XXXXXX";
+		ASSERT_NE(mkdtemp(dir), nullptr);
+		_tmp = dir;
+		_root = _tmp + "/device";
+		// Where the program would go without --root: it must stay untouched.
+		_envRoot = _tmp + "/env-device";
+	}
+
+	void TearDown() override { std::filesystem::remove_all(_tmp); }
+
+	Outcome zonclock(std::vector<std::string> args, const std::vector<std::string>& env = {})
+	{
+		args.insert(args.begin(), {"--root", _root});
+		return run(args, env);
+	}
+
+	Outcome run(std::vector<std::string> args, std::vector<std::string> env = {})
+	{
+		std::string outPath = _tmp + "/out", errPath = _tmp + "/err";
+		posix_spawn_file_actions_t actions;
+		posix_spawn_file_actions_init(&actions);
+		posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+		posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+		args.insert(args.begin(), ZONCLOCK_PATH);
+		env.insert(env.end(), {"TZ=UTC", "ZON_HOST_ROOT=" + _envRoot});
+		for (char** e = environ; *e; ++e) {
+			if (strncmp(*e, "TZ=", 3) != 0 && strncmp(*e, "ZON_HOST_ROOT=", 14) != 0)
+				env.push_back(*e);
+		}
+		std::vector<char*> argv, envp;
+		for (std::string& arg : args)
+			argv.push_back(arg.data());
+		for (std::string& e : env)
+			envp.push_back(e.data());
+		argv.push_back(nullptr);
+		envp.push_back(nullptr);
+
+		Outcome result;
+		pid_t pid;
+		int status = 0;
+		if (posix_spawn(&pid, ZONCLOCK_PATH, &actions, nullptr, argv.data(), envp.data()) == 0
+			&& waitpid(pid, &status, 0) == pid && WIFEXITED(status))
+			result.exitCode = WEXITSTATUS(status);
+		posix_spawn_file_actions_destroy(&actions);
+		result.out = readFile(outPath);
+		result.err = readFile(errPath);
+		return result;
+	}
+
+	// The device as the library in this process sees it, between runs of zonclock.
+	void openDevice()
+	{
+		setenv("ZON_HOST_ROOT", _root.c_str(), 1);
+		zon_host_reset();
+	}
+
+	std::string _tmp;
+	std::string _root;
+	std::string _envRoot;
+};
