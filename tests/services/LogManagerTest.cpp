@@ -79,11 +79,8 @@ TEST_F(LogManagerTest, ServiceFailuresAreLoggedAndDropped)
 {
 	zon_host_fault_inject("korvath_log_manager_create", 1, KORVATH_LOG_MANAGER_ERROR_PERMISSION_DENIED);
 	manager->initialize();
-	std::string code = std::to_string(KORVATH_LOG_MANAGER_ERROR_PERMISSION_DENIED);
-	EXPECT_TRUE(zon_host_log_contains(("create logmanager failed(" + code + ")").c_str()));
-	EXPECT_TRUE(zon_host_log_contains("logmanager is nullptr"));
-	manager->insertLog("korvath.zonvista", "ZV01", nullptr, nullptr, false);
-	EXPECT_TRUE(zon_host_log_contains("logmanager is not created"));
+	EXPECT_TRUE(zon_host_log_contains(
+		("create logmanager failed(" + std::to_string(KORVATH_LOG_MANAGER_ERROR_PERMISSION_DENIED) + ")").c_str()));
 
 	// A failed create leaves the manager uninitialised, so initialising again is allowed.
 	manager->initialize();
@@ -96,19 +93,13 @@ TEST_F(LogManagerTest, ServiceFailuresAreLoggedAndDropped)
 	EXPECT_EQ(1u, readRecords().size());
 }
 
-class LogManagerDeathTest : public LogManagerTest {
-protected:
-	void SetUp() override
-	{
-		GTEST_FLAG_SET(death_test_style, "threadsafe");
-		LogManagerTest::SetUp();
-		// The assertion's log line goes to standard error, where the expectation reads it.
-		setEnv("ZON_HOST_LOG", nullptr);
-	}
-};
+using LogManagerDeathTest = LogManagerTest;
 
 TEST_F(LogManagerDeathTest, ProgrammingErrorsAbort)
 {
+	GTEST_FLAG_SET(death_test_style, "threadsafe");
+	// The assertion's log line goes to standard error, where the expectation reads it.
+	setEnv("ZON_HOST_LOG", nullptr);
 	manager->initialize();
 	EXPECT_DEATH(manager->initialize(), "WASSERT! _logMgr == nullptr(.|\n)*Assertion `\\(_logMgr == nullptr\\)' failed");
 	EXPECT_DEATH(manager->insertLog(nullptr, "ZV01", nullptr, nullptr, false),

@@ -18,11 +18,7 @@ struct Recorder {
 	Eina_Bool result;
 };
 
-void onBack(void* data, Evas_Object*, void*)
-{
-	auto* r = static_cast<Recorder*>(data);
-	r->trace->push_back(r->name);
-}
+void onBack(void* data, Evas_Object*, void*) { static_cast<Recorder*>(data)->trace->push_back(static_cast<Recorder*>(data)->name); }
 
 Eina_Bool onRotary(void* data, Evas_Object*, Eext_Rotary_Event_Info* info)
 {
@@ -103,37 +99,18 @@ TEST_F(HostToolkitTest, DesktopKeysAndWheelAreTheBackKeyAndTheBezel)
 	eext_object_event_callback_add(obj, EEXT_CALLBACK_BACK, onBack, &back);
 	eext_rotary_object_event_callback_add(obj, onRotary, &bezel);
 	eext_rotary_object_event_activated_set(obj, EINA_TRUE);
-
+	auto freeEvent = [](void*, void* event) { free(event); };
 	for (const char* name : {"Escape", "BackSpace", "Return"}) {
 		auto* key = static_cast<Ecore_Event_Key*>(calloc(1, sizeof(Ecore_Event_Key)));
-		key->keyname = name;
-		key->key = name;
-		ecore_event_add(ECORE_EVENT_KEY_DOWN, key, [](void*, void* event) { free(event); }, nullptr);
+		key->keyname = key->key = name;
+		ecore_event_add(ECORE_EVENT_KEY_DOWN, key, freeEvent, nullptr);
 	}
 	for (int z : {1, -1, 0}) {
 		auto* wheel = static_cast<Ecore_Event_Mouse_Wheel*>(calloc(1, sizeof(Ecore_Event_Mouse_Wheel)));
 		wheel->z = z;
-		ecore_event_add(ECORE_EVENT_MOUSE_WHEEL, wheel, [](void*, void* event) { free(event); }, nullptr);
+		ecore_event_add(ECORE_EVENT_MOUSE_WHEEL, wheel, freeEvent, nullptr);
 	}
 	EXPECT_TRUE(pumpUntil([&] { return trace.size() >= 4; }));
 	pump(0.05);
 	EXPECT_EQ((Trace{"back", "back", "bezel+", "bezel-"}), trace);
-}
-
-TEST_F(HostToolkitTest, WatchThemeIsAnOverlayOnce)
-{
-	std::string theme = zon_host_toolkit_theme_path();
-	ASSERT_TRUE(g_file_test(theme.c_str(), G_FILE_TEST_IS_REGULAR)) << theme;
-	EXPECT_EQ(0, zon_host_toolkit_init());
-	int found = 0;
-	const Eina_List* l;
-	void* data;
-	EINA_LIST_FOREACH(elm_theme_overlay_list_get(nullptr), l, data) {
-		found += theme == static_cast<const char*>(data);
-	}
-	EXPECT_EQ(1, found);
-
-	setEnv("ZON_HOST_THEME", rootPath("missing.edj").c_str());
-	EXPECT_EQ(-1, zon_host_toolkit_init());
-	EXPECT_EQ(rootPath("missing.edj"), zon_host_toolkit_theme_path());
 }

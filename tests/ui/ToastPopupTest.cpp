@@ -15,8 +15,7 @@ using Trace = std::vector<std::string>;
 // Records its own deletion, so that the self-deletion can be seen in order with the callbacks.
 class TrackedToast : public ToastPopup {
 public:
-	explicit TrackedToast(Trace& trace)
-		: trace_(trace)
+	explicit TrackedToast(Trace& trace) : trace_(trace)
 	{
 		setHideNotiCb([this] { trace_.push_back("hide"); });
 		setDismissedNotiCb([this] { trace_.push_back("dismissed"); });
@@ -32,34 +31,31 @@ private:
 
 class ToastPopupTest : public UiFixture {
 protected:
-	bool pumpUntilDeleted(const Trace& trace, double seconds = 2.0)
+	// Runs until the toast has deleted itself, then checks the whole trace.
+	void expectEnds(const Trace& trace, const Trace& expected = {"hide", "dismissed", "deleted"}, double seconds = 2.0)
 	{
-		return pumpUntil([&] { return !trace.empty() && trace.back() == "deleted"; }, seconds);
+		EXPECT_TRUE(pumpUntil([&] { return !trace.empty() && trace.back() == "deleted"; }, seconds));
+		EXPECT_EQ(expected, trace);
 	}
 };
 
-TEST_F(ToastPopupTest, StyleTextAndPlacement)
+TEST_F(ToastPopupTest, CheckStyleWinsOverSmallAndEachEndsByItselfAfterTwoSeconds)
 {
+	double start = ecore_time_get();
 	struct Case {
 		bool isCheck, isSmall;
 		const char* style;
 	};
 	for (const Case& c : {Case{false, false, "toast/circle"}, Case{false, true, "toast/small/circle"},
 			 Case{true, false, "toast/circle/check"}, Case{true, true, "toast/circle/check"}}) {
-		Trace trace;
-		Evas_Object* popup = (new TrackedToast(trace))->create(window(), "City added.", c.isCheck, c.isSmall);
-		Evas_Object* other = (new TrackedToast(trace))->create(window(), "City added.", "unused", c.isCheck, c.isSmall);
-		for (Evas_Object* p : {popup, other}) {
-			EXPECT_STREQ(c.style, elm_object_style_get(p)) << c.isCheck << c.isSmall;
-			EXPECT_EQ("City added.", text(p));
-			EXPECT_EQ(ELM_POPUP_ORIENT_BOTTOM, elm_popup_orient_get(p));
-			EXPECT_DOUBLE_EQ(2.0, elm_popup_timeout_get(p));
-			EXPECT_TRUE(evas_object_visible_get(p));
-		}
-		evas_object_smart_callback_call(popup, "timeout", nullptr);
-		evas_object_smart_callback_call(other, "timeout", nullptr);
-		EXPECT_TRUE(pumpUntil([&] { return trace.size() == 6; }));
+		Evas_Object* p = (new ToastPopup())->create(window(), "City added.", "unused", c.isCheck, c.isSmall);
+		EXPECT_STREQ(c.style, elm_object_style_get(p));
+		EXPECT_EQ("City added.", text(p));
+		EXPECT_EQ(ELM_POPUP_ORIENT_BOTTOM, elm_popup_orient_get(p));
+		EXPECT_DOUBLE_EQ(2.0, elm_popup_timeout_get(p));
 	}
+	ASSERT_TRUE(pumpUntil([&] { return popups().empty(); }, 4.0));
+	EXPECT_GE(ecore_time_get() - start, 1.9);
 }
 
 TEST_F(ToastPopupTest, TapBackKeyOrTimeOutHidesAndTheToastDeletesItselfOnce)
@@ -81,20 +77,9 @@ TEST_F(ToastPopupTest, TapBackKeyOrTimeOutHidesAndTheToastDeletesItselfOnce)
 		evas_object_smart_callback_call(popup, "timeout", nullptr);
 		EXPECT_EQ(Trace{"hide"}, trace);
 
-		ASSERT_TRUE(pumpUntilDeleted(trace)) << "trigger " << i;
-		EXPECT_EQ((Trace{"hide", "dismissed", "deleted"}), trace);
+		expectEnds(trace);
 		EXPECT_TRUE(widget.gone());
 	}
-}
-
-TEST_F(ToastPopupTest, EndsByItselfAfterTwoSeconds)
-{
-	Trace trace;
-	double start = ecore_time_get();
-	(new TrackedToast(trace))->create(window(), "Weather updated.", false, false);
-	ASSERT_TRUE(pumpUntilDeleted(trace, 4.0));
-	EXPECT_GE(ecore_time_get() - start, 1.9);
-	EXPECT_EQ((Trace{"hide", "dismissed", "deleted"}), trace);
 }
 
 TEST_F(ToastPopupTest, ScreenReaderReadsTheTextAndItsEndClosesTheToast)
@@ -106,15 +91,13 @@ TEST_F(ToastPopupTest, ScreenReaderReadsTheTextAndItsEndClosesTheToast)
 		EXPECT_DOUBLE_EQ(10.0, elm_popup_timeout_get(popup));
 		Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
 		ASSERT_NE(nullptr, textAccess);
-		EXPECT_EQ(ELM_ACCESSIBLE_READING_INFO_TYPE_NAME, elm_atspi_accessible_reading_info_type_get(textAccess));
 		// The name follows the text as it is now.
 		elm_object_part_text_set(popup, "elm.text", "City changed again.");
 		EXPECT_EQ("City changed again.", readerText(textAccess));
 
 		ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, cancelled));
 		EXPECT_EQ(Trace{"hide"}, trace);
-		ASSERT_TRUE(pumpUntilDeleted(trace));
-		EXPECT_EQ((Trace{"hide", "dismissed", "deleted"}), trace);
+		expectEnds(trace);
 	}
 }
 
@@ -134,8 +117,7 @@ TEST_F(ToastPopupTest, HighlightedByHandItOutlastsTheReading)
 	EXPECT_TRUE(evas_object_visible_get(popup));
 
 	evas_object_smart_callback_call(popup, "timeout", nullptr);
-	ASSERT_TRUE(pumpUntilDeleted(trace));
-	EXPECT_EQ((Trace{"hide", "dismissed", "deleted"}), trace);
+	expectEnds(trace);
 }
 
 TEST_F(ToastPopupTest, ReadingEndAfterATapHidesAgainButDeletesOnce)
@@ -146,8 +128,7 @@ TEST_F(ToastPopupTest, ReadingEndAfterATapHidesAgainButDeletesOnce)
 	evas_object_smart_callback_call(popup, "block,clicked", nullptr);
 	// The tap leaves the reader's handlers in place: the reading end starts hiding once more.
 	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
-	ASSERT_TRUE(pumpUntilDeleted(trace));
-	EXPECT_EQ((Trace{"hide", "hide", "dismissed", "deleted"}), trace);
+	expectEnds(trace, {"hide", "hide", "dismissed", "deleted"});
 }
 
 TEST_F(ToastPopupTest, UpdatingNoticeStaysWithABusyIndicator)
@@ -156,13 +137,10 @@ TEST_F(ToastPopupTest, UpdatingNoticeStaysWithABusyIndicator)
 	auto* toast = new TrackedToast(trace);
 	Evas_Object* popup = toast->createShowWeatherUpdatingPopup(window());
 	ASSERT_NE(nullptr, popup);
-	EXPECT_STREQ("toast/circle", elm_object_style_get(popup));
 	EXPECT_EQ("Updating...", text(popup));
 	EXPECT_DOUBLE_EQ(0.0, elm_popup_timeout_get(popup));
 	Evas_Object* busy = elm_object_part_content_get(popup, "toast,icon");
 	ASSERT_NE(nullptr, busy);
-	EXPECT_STREQ("elm_progressbar", evas_object_type_get(busy));
-	EXPECT_STREQ("process/small", elm_object_style_get(busy));
 	EXPECT_TRUE(elm_progressbar_pulse_get(busy));
 
 	// Upstream never reports the end of the show animation; the device's toolkit does.
@@ -175,22 +153,11 @@ TEST_F(ToastPopupTest, UpdatingNoticeStaysWithABusyIndicator)
 	EXPECT_TRUE(widget.gone());
 }
 
-TEST_F(ToastPopupTest, UpdatingNoticeClosedWithTheBackKey)
-{
-	Trace trace;
-	Evas_Object* popup = (new TrackedToast(trace))->createShowWeatherUpdatingPopup(window());
-	EXPECT_EQ(popup, zon_host_back_key());
-	ASSERT_TRUE(pumpUntilDeleted(trace));
-	// Its back key only dismisses: no hide callback.
-	EXPECT_EQ((Trace{"dismissed", "deleted"}), trace);
-}
-
-TEST_F(ToastPopupTest, UpdatingNoticeForTheScreenReaderAndInAnotherLanguage)
+TEST_F(ToastPopupTest, UpdatingNoticeForTheScreenReaderInAnotherLanguageClosedByTheBackKey)
 {
 	setScreenReader(true);
 	Trace trace;
-	auto* toast = new TrackedToast(trace);
-	Evas_Object* popup = toast->createShowWeatherUpdatingPopup(window());
+	Evas_Object* popup = (new TrackedToast(trace))->createShowWeatherUpdatingPopup(window());
 	EXPECT_EQ(ELM_ACCESSIBLE_READING_INFO_TYPE_DESCRIPTION, elm_atspi_accessible_reading_info_type_get(popup));
 	EXPECT_EQ("Updating...", readerText(popup));
 	Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
@@ -202,5 +169,7 @@ TEST_F(ToastPopupTest, UpdatingNoticeForTheScreenReaderAndInAnotherLanguage)
 
 	changeLanguage("xx");
 	EXPECT_EQ("updating", text(popup));
-	toast->weatherUpdatingPopupDismissed();
+	EXPECT_EQ(popup, zon_host_back_key());
+	// Its back key only dismisses: no hide callback.
+	expectEnds(trace, {"dismissed", "deleted"});
 }

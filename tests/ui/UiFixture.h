@@ -44,15 +44,10 @@ protected:
 		ASSERT_NE(nullptr, bindtextdomain("zonvista", ZON_LOCALE_DIR));
 		bind_textdomain_codeset("zonvista", "UTF-8");
 		std::string appLocale = rootPath("locale");
-		for (const char* language : {"en", "xx"}) {
+		for (std::string language : {"en", "xx"}) {
 			std::string dir = appLocale + "/" + language + "/LC_MESSAGES";
 			g_mkdir_with_parents(dir.c_str(), 0755);
-			gchar* catalogue = nullptr;
-			gsize size = 0;
-			std::string source = std::string(ZON_LOCALE_DIR) + "/" + language + "/LC_MESSAGES/zonvista.mo";
-			ASSERT_TRUE(g_file_get_contents(source.c_str(), &catalogue, &size, nullptr)) << source;
-			ASSERT_TRUE(g_file_set_contents((dir + "/korvath.zonvista.mo").c_str(), catalogue, size, nullptr));
-			g_free(catalogue);
+			copyFile(std::string(ZON_LOCALE_DIR) + "/" + language + "/LC_MESSAGES/zonvista.mo", dir + "/korvath.zonvista.mo");
 		}
 		ASSERT_NE(nullptr, bindtextdomain("korvath.zonvista", appLocale.c_str()));
 		bind_textdomain_codeset("korvath.zonvista", "UTF-8");
@@ -119,29 +114,26 @@ protected:
 
 	std::string resourceDir() const { return rootPath("apps/" ZON_HOST_DEFAULT_APP_ID "/res/"); }
 
+	static void copyFile(const std::string& from, const std::string& to)
+	{
+		gchar* bytes = nullptr;
+		gsize size = 0;
+		ASSERT_TRUE(g_file_get_contents(from.c_str(), &bytes, &size, nullptr)) << from;
+		EXPECT_TRUE(g_file_set_contents(to.c_str(), bytes, size, nullptr)) << to;
+		g_free(bytes);
+	}
 	// Puts one of the application's icons (the gallery's copies) into its resource directory.
 	void provideIcon(const char* name)
 	{
-		std::string images = resourceDir() + "images";
-		g_mkdir_with_parents(images.c_str(), 0755);
-		std::string source = std::string(ZON_SOURCE_DIR) + "/tools/gallery/images/" + name;
-		gchar* bytes = nullptr;
-		gsize size = 0;
-		ASSERT_TRUE(g_file_get_contents(source.c_str(), &bytes, &size, nullptr)) << source;
-		ASSERT_TRUE(g_file_set_contents((images + "/" + name).c_str(), bytes, size, nullptr));
-		g_free(bytes);
+		g_mkdir_with_parents((resourceDir() + "images").c_str(), 0755);
+		copyFile(std::string(ZON_SOURCE_DIR) + "/tools/gallery/images/" + name, resourceDir() + "images/" + name);
 	}
 };
 
 // Tells whether an object has been deleted.
 class DeletionWatch {
 public:
-	explicit DeletionWatch(Evas_Object* obj)
-		: obj_(obj), gone_(obj == nullptr)
-	{
-		if (obj)
-			evas_object_event_callback_add(obj, EVAS_CALLBACK_DEL, onDel, this);
-	}
+	explicit DeletionWatch(Evas_Object* obj) : obj_(obj) { evas_object_event_callback_add(obj, EVAS_CALLBACK_DEL, onDel, this); }
 	~DeletionWatch()
 	{
 		if (!gone_)
@@ -154,7 +146,7 @@ public:
 private:
 	static void onDel(void* data, Evas*, Evas_Object*, void*) { static_cast<DeletionWatch*>(data)->gone_ = true; }
 	Evas_Object* obj_;
-	bool gone_;
+	bool gone_ = false;
 };
 
 #endif /* ZON_TESTS_UI_FIXTURE_H */
