@@ -479,18 +479,11 @@ std::string ZonTimeUtil::getTimeDiff(const char* timezone)
 	return result;
 }
 
-std::string ZonTimeUtil::getTimeDiffToRead(const char* timezone)
+// The reading and markup forms fill the catalogue text with plain integers, so positional marks
+// keep their meaning there.
+static std::string formatWithIntegers(const char* format, const TimeDiff& diff)
 {
-	WASSERT(timezone != nullptr);
-
-	TimeDiff diff = computeTimeDiff(timezone);
-	if (diff.gmt == 0)
-		return std::string();
-
-	char format[256] = {0};
 	char result[256] = {0};
-	snprintf(format, sizeof(format), "%s", lookupDiffText(kReadIds, diff));
-
 	switch (diff.kind) {
 	case DIFF_MINUTES:
 	case DIFF_ONE_HOUR_MINUTES:
@@ -506,6 +499,19 @@ std::string ZonTimeUtil::getTimeDiffToRead(const char* timezone)
 		return format;
 	}
 	return result;
+}
+
+std::string ZonTimeUtil::getTimeDiffToRead(const char* timezone)
+{
+	WASSERT(timezone != nullptr);
+
+	TimeDiff diff = computeTimeDiff(timezone);
+	if (diff.gmt == 0)
+		return std::string();
+
+	char format[256] = {0};
+	snprintf(format, sizeof(format), "%s", lookupDiffText(kReadIds, diff));
+	return formatWithIntegers(format, diff);
 }
 
 std::string ZonTimeUtil::getTimeDiffWithFontSize(const char* timezone)
@@ -524,25 +530,8 @@ std::string ZonTimeUtil::getTimeDiffWithFontSize(const char* timezone)
 		dgettext(ZON_TEXT_DOMAIN, "IDS_CLOCK_BODY_M_LC_ABB_M_MINUTE"));
 
 	char format[256] = {0};
-	char result[256] = {0};
 	snprintf(format, sizeof(format), "<font_size=32>%s</font_size>", lookupDiffText(kListIds, diff));
-
-	// Plain integers, so positional marks keep their meaning here.
-	switch (diff.kind) {
-	case DIFF_MINUTES:
-	case DIFF_ONE_HOUR_MINUTES:
-		snprintf(result, sizeof(result), format, diff.minutes);
-		break;
-	case DIFF_HOURS:
-		snprintf(result, sizeof(result), format, diff.hours);
-		break;
-	case DIFF_HOURS_MINUTES:
-		snprintf(result, sizeof(result), format, diff.hours, diff.minutes);
-		break;
-	case DIFF_ONE_HOUR:
-		return format;
-	}
-	return result;
+	return formatWithIntegers(format, diff);
 }
 
 std::string ZonTimeUtil::getTimeDiffOnWidgetArc(const char* timezone)
