@@ -31,8 +31,6 @@
 
 namespace {
 
-using table_tool::splitTabs;
-using table_tool::where;
 
 [[noreturn]] void fail(const std::string& message) { table_tool::fail("gen_catalogue", message); }
 void writeFile(const std::string& path, const std::string& text) { table_tool::writeFile("gen_catalogue", path, text); }
@@ -100,22 +98,9 @@ void checkField(const std::string& cell, int column, const std::string& at)
 
 std::vector<City> readTable(const std::string& path)
 {
-	std::ifstream in(path, std::ios::binary);
-	if (!in)
-		fail("cannot open " + path);
-
 	std::vector<City> cities;
-	std::string line;
-	int lineNo = 0;
-	while (std::getline(in, line)) {
-		++lineNo;
-		if (!line.empty() && line[0] == '#')
-			continue;
-		const std::string at = where(path, lineNo);
-		if (line.empty())
-			fail(at + "empty line (only '#' comment lines may stand between rows)");
-
-		std::vector<std::string> cells = splitTabs(line);
+	table_tool::forEachRow("gen_catalogue", path, [&](const std::string& at, int,
+		const std::vector<std::string>& cells) {
 		if (cells.size() != COL_COUNT)
 			fail(at + "expected " + std::to_string(COL_COUNT) + " tab-separated columns, found " +
 				std::to_string(cells.size()));
@@ -140,9 +125,7 @@ std::vector<City> readTable(const std::string& path)
 		if (city.id > kCityCount)
 			fail(at + "more than " + std::to_string(kCityCount) + " rows");
 		cities.push_back(city);
-	}
-	if (in.bad())
-		fail("error reading " + path);
+	});
 	if (cities.size() != kCityCount)
 		fail(path + ": " + std::to_string(cities.size()) + " rows, the catalogue has " +
 			std::to_string(kCityCount));

@@ -30,8 +30,6 @@
 
 namespace {
 
-using table_tool::splitTabs;
-using table_tool::where;
 
 [[noreturn]] void fail(const std::string& message) { table_tool::fail("gen_citypoints", message); }
 void writeFile(const std::string& path, const std::string& text) { table_tool::writeFile("gen_citypoints", path, text); }
@@ -97,26 +95,11 @@ double parseDegrees(const std::string& text, const char* what, double limit, con
 
 std::vector<Point> readTable(const std::string& path)
 {
-	std::ifstream in(path, std::ios::binary);
-	if (!in)
-		fail("cannot open " + path);
-
 	std::vector<Point> points;
-	std::string line;
-	int lineNo = 0;
-	while (std::getline(in, line)) {
-		++lineNo;
-		if (!line.empty() && line[0] == '#')
-			continue;
-		const std::string at = where(path, lineNo);
-		if (line.empty())
-			fail(at + "empty line (only '#' comment lines may stand between rows)");
-		if (line.find('\r') != std::string::npos)
-			fail(at + "carriage return: save the file with LF line ends");
-
+	table_tool::forEachRow("gen_citypoints", path, [&](const std::string& at, int lineNo,
+		const std::vector<std::string>& cells) {
 		// An editor that strips trailing whitespace removes the tab before an empty note, so four
 		// columns are as good as five.
-		std::vector<std::string> cells = splitTabs(line);
 		if (cells.size() != 4 && cells.size() != 5)
 			fail(at + "expected 4 or 5 tab-separated columns (id, cityname_eng, latitude, longitude, note), found " +
 				std::to_string(cells.size()));
@@ -152,9 +135,7 @@ std::vector<Point> readTable(const std::string& path)
 			}
 		}
 		points.push_back(point);
-	}
-	if (in.bad())
-		fail("error reading " + path);
+	});
 	if (points.size() != kCityCount)
 		fail(path + ": " + std::to_string(points.size()) + " rows, the catalogue has " +
 			std::to_string(kCityCount));
@@ -170,7 +151,7 @@ void checkLatitudeKeys(const std::vector<Point>& points, const std::string& path
 		auto inserted = byKey.emplace(point.latitudeKey, &point);
 		if (!inserted.second) {
 			const Point& first = *inserted.first->second;
-			fail(where(path, point.line) + "latitude " + point.latitude + " of id " + std::to_string(point.id) +
+			fail(table_tool::where(path, point.line) + "latitude " + point.latitude + " of id " + std::to_string(point.id) +
 				" prints as " + point.latitudeKey + ", as does latitude " + first.latitude + " of id " +
 				std::to_string(first.id) + " (line " + std::to_string(first.line) +
 				"); the printed latitude is the weather lookup key and must be unique");
@@ -180,27 +161,18 @@ void checkLatitudeKeys(const std::vector<Point>& points, const std::string& path
 
 void checkNamesAgainstCatalogue(const std::vector<Point>& points, const std::string& cataloguePath)
 {
-	std::ifstream in(cataloguePath, std::ios::binary);
-	if (!in)
-		fail("cannot open " + cataloguePath);
-
 	size_t row = 0;
-	std::string line;
-	int lineNo = 0;
-	while (std::getline(in, line)) {
-		++lineNo;
-		if (line.empty() || line[0] == '#')
-			continue;
-		std::vector<std::string> cells = splitTabs(line);
+	table_tool::forEachRow("gen_citypoints", cataloguePath, [&](const std::string& at, int,
+		const std::vector<std::string>& cells) {
 		if (cells.size() < 3)
-			fail(where(cataloguePath, lineNo) + "not a catalogue row");
+			fail(at + "not a catalogue row");
 		if (row >= points.size())
-			fail(where(cataloguePath, lineNo) + "more rows than the coordinate table");
+			fail(at + "more rows than the coordinate table");
 		const Point& point = points[row++];
 		if (cells[0] != std::to_string(point.id) || cells[2] != point.name)
-			fail(where(cataloguePath, lineNo) + "catalogue row " + cells[0] + " \"" + cells[2] +
+			fail(at + "catalogue row " + cells[0] + " \"" + cells[2] +
 				"\" does not match coordinate row " + std::to_string(point.id) + " \"" + point.name + "\"");
-	}
+	});
 	if (row != points.size())
 		fail(cataloguePath + ": " + std::to_string(row) + " rows, the coordinate table has " +
 			std::to_string(points.size()));

@@ -38,6 +38,31 @@ inline std::vector<std::string> splitTabs(const std::string& line)
 	}
 }
 
+// Calls row(at, lineNumber, cells) for every line of the table that is not a '#' comment, where
+// `at` is the "path:line: " prefix for messages. Empty lines and CR line ends are refused.
+template <typename Row>
+void forEachRow(const char* tool, const std::string& path, Row row)
+{
+	std::ifstream in(path, std::ios::binary);
+	if (!in)
+		fail(tool, "cannot open " + path);
+	std::string line;
+	int lineNo = 0;
+	while (std::getline(in, line)) {
+		++lineNo;
+		if (!line.empty() && line[0] == '#')
+			continue;
+		const std::string at = where(path, lineNo);
+		if (line.empty())
+			fail(tool, at + "empty line (only '#' comment lines may stand between rows)");
+		if (line.find('\r') != std::string::npos)
+			fail(tool, at + "carriage return: save the file with LF line ends");
+		row(at, lineNo, splitTabs(line));
+	}
+	if (in.bad())
+		fail(tool, "error reading " + path);
+}
+
 // Written beside the target and renamed over it, so a failed write leaves the old file whole.
 inline void writeFile(const char* tool, const std::string& path, const std::string& text)
 {
