@@ -17,6 +17,7 @@
 #include <app_common.h>
 #include <zon-host/zon_host.h>
 
+#include "BenchDevice.h"
 #include "ZonCityList.h"
 #include "ZonDBManager.h"
 
@@ -133,13 +134,9 @@ int main(int argc, char** argv)
 	if (benchmark::ReportUnrecognizedArguments(argc, argv))
 		return 1;
 
-	std::string pattern = (std::filesystem::temp_directory_path() / "zon-bench-XXXXXX").string();
-	if (!mkdtemp(pattern.data())) {
-		perror("zon-bench: mkdtemp");
+	BenchDevice device;
+	if (!device.open())
 		return 1;
-	}
-	setenv("ZON_HOST_ROOT", pattern.c_str(), 1);
-	zon_host_reset();
 	ZonDBManager::getInstance()->initialize();
 
 	int result = 0;
@@ -159,6 +156,5 @@ int main(int argc, char** argv)
 	sqlite3_close(gDirect);
 	ZonDBManager::getInstance()->finalize();
 	benchmark::Shutdown();
-	std::filesystem::remove_all(pattern);
 	return result;
 }

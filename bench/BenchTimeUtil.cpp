@@ -29,6 +29,7 @@
 #include <vconf.h>
 #include <zon-host/zon_host.h>
 
+#include "BenchDevice.h"
 #include "ZonAlphabeticIndex.h"
 #include "ZonTimeUtil.h"
 
@@ -206,13 +207,9 @@ int main(int argc, char** argv)
 	if (benchmark::ReportUnrecognizedArguments(argc, argv))
 		return 1;
 
-	std::string root = (std::filesystem::temp_directory_path() / "zon-bench-XXXXXX").string();
-	if (!mkdtemp(root.data())) {
-		perror("zon-bench: mkdtemp");
+	BenchDevice device;
+	if (!device.open())
 		return 1;
-	}
-	setenv("ZON_HOST_ROOT", root.c_str(), 1);
-	zon_host_reset();
 	vconf_set_str(VCONFKEY_REGIONFORMAT, "en_US.UTF-8");
 	vconf_set_str(VCONFKEY_LANGSET, "en_US.UTF-8");
 	system_settings_set_value_bool(SYSTEM_SETTINGS_KEY_LOCALE_TIMEFORMAT_24HOUR, false);
@@ -225,6 +222,5 @@ int main(int argc, char** argv)
 	registerAll();
 	benchmark::RunSpecifiedBenchmarks();
 	benchmark::Shutdown();
-	std::filesystem::remove_all(root);
 	return 0;
 }

@@ -13,6 +13,7 @@
 
 #include <zon-host/zon_host.h>
 
+#include "BenchDevice.h"
 #include "ZonDBManager.h"
 #include "ZonWeatherAgentHandler.h"
 
@@ -91,15 +92,11 @@ int main(int argc, char** argv)
 	if (benchmark::ReportUnrecognizedArguments(argc, argv))
 		return 1;
 
-	std::string pattern = (std::filesystem::temp_directory_path() / "zon-bench-XXXXXX").string();
-	if (!mkdtemp(pattern.data())) {
-		perror("zon-bench: mkdtemp");
-		return 1;
-	}
-	setenv("ZON_HOST_ROOT", pattern.c_str(), 1);
 	// The exchange logs a dozen lines per call; writing them is not what is measured.
 	setenv("ZON_HOST_LOG", "/dev/null", 0);
-	zon_host_reset();
+	BenchDevice device;
+	if (!device.open())
+		return 1;
 	zon_host_install_weather_agent(nullptr);
 	zon_host_install_zonvista_service();
 	ZonDBManager* db = ZonDBManager::getInstance();
@@ -115,6 +112,5 @@ int main(int argc, char** argv)
 	db->finalize();
 	zon_host_reset();
 	benchmark::Shutdown();
-	std::filesystem::remove_all(pattern);
 	return 0;
 }
