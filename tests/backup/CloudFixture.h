@@ -15,7 +15,6 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "BackupModel.h"
@@ -27,10 +26,7 @@ using Seen = std::vector<std::pair<int, std::optional<std::string>>>;
 
 class TestBackup : public BackupModel {
 public:
-	TestBackup(app_control_h request, Texts values, bool isGetInfo = false)
-		: BackupModel(request, values.size(), isGetInfo), values(std::move(values))
-	{
-	}
+	TestBackup(app_control_h request, Texts v, bool isGetInfo = false) : BackupModel(request, v.size(), isGetInfo), values(v) {}
 	std::string getKeyStr(int index) override { return "key." + std::to_string(index); }
 	std::string getJsonStr(int index) override { return values.at(index); }
 	using BackupModel::_removeFile;
@@ -59,6 +55,8 @@ protected:
 		source = root() + "/source.dat";
 		writeSource();
 	}
+	// The restore source: three records "old.<i>" with values {"n":<i>}.
+	void writeSource() { writeRecordFile(source, {{"old.0", "{\"n\":0}"}, {"old.1", "{\"n\":1}"}, {"old.2", "{\"n\":2}"}}); }
 
 	void TearDown() override
 	{
@@ -81,9 +79,6 @@ protected:
 		calls = 0;
 		result = ranOk = false;
 	}
-
-	// The restore source: three records "old.<i>" with values {"n":<i>}.
-	void writeSource() { writeRecordFile(source, {{"old.0", "{\"n\":0}"}, {"old.1", "{\"n\":1}"}, {"old.2", "{\"n\":2}"}}); }
 
 	// The application's answer to a launch of `kind`: a model made and run at once, which reports
 	// its completion into calls, result and model. A backup model backs up `values`.
@@ -122,7 +117,7 @@ protected:
 			list.push_back(zon_host_cloud_event(i));
 		return list;
 	}
-	static std::string lastEvent() { return events().empty() ? "" : events().back(); }
+	static std::string lastEvent() { return zon_host_cloud_event_count() ? zon_host_cloud_event(zon_host_cloud_event_count() - 1) : ""; }
 	static std::string failure() { return zon_host_cloud_failure() ? zon_host_cloud_failure() : ""; }
 
 	// One field (0 key, 1 date, 2 value) of every record the service saw; "<none>" when absent.
@@ -149,28 +144,22 @@ protected:
 		return rootPath(std::string("apps/") + ZON_HOST_DEFAULT_APP_ID + "/shared/trusted/" + name);
 	}
 
-	static std::string readAll(const std::string& path)
-	{
-		std::stringstream text;
-		text << std::ifstream(path).rdbuf();
-		return text.str();
-	}
+	static std::string readAll(const std::string& path) { return (std::stringstream() << std::ifstream(path).rdbuf()).str(); }
 
 	// Writes a record file of (key, value) pairs with the platform's own writer.
 	static void writeRecordFile(const std::string& path, const std::vector<std::pair<std::string, std::string>>& records)
 	{
 		korvath_cloud_list_h list = nullptr;
-		ASSERT_EQ(KORVATH_CLOUD_ERROR_NONE, korvath_cloud_list_create(&list));
+		// Error codes are nonzero, so || stops at the first failing call.
+		bool failed = korvath_cloud_list_create(&list);
 		for (const auto& entry : records) {
 			korvath_cloud_record_h record = nullptr;
-			ASSERT_EQ(KORVATH_CLOUD_ERROR_NONE, korvath_cloud_record_create(&record));
-			ASSERT_EQ(KORVATH_CLOUD_ERROR_NONE, korvath_cloud_record_set_key(record, entry.first.c_str()));
-			ASSERT_EQ(KORVATH_CLOUD_ERROR_NONE, korvath_cloud_record_set_date(record, "1000"));
-			ASSERT_EQ(KORVATH_CLOUD_ERROR_NONE, korvath_cloud_record_set_value(record, entry.second.c_str()));
-			ASSERT_EQ(KORVATH_CLOUD_ERROR_NONE, korvath_cloud_list_add(list, record));
+			failed = failed || korvath_cloud_record_create(&record) || korvath_cloud_record_set_key(record, entry.first.c_str())
+				|| korvath_cloud_record_set_date(record, "1000") || korvath_cloud_record_set_value(record, entry.second.c_str())
+				|| korvath_cloud_list_add(list, record);
 		}
-		ASSERT_EQ(KORVATH_CLOUD_ERROR_NONE, korvath_cloud_file_create_file(list, path.c_str()));
-		ASSERT_EQ(KORVATH_CLOUD_ERROR_NONE, korvath_cloud_list_destroy(list));
+		failed = failed || korvath_cloud_file_create_file(list, path.c_str()) || korvath_cloud_list_destroy(list);
+		ASSERT_FALSE(failed);
 	}
 
 	// The values of a record file, read with the platform's reader; "<none>" for a record without

@@ -176,4 +176,30 @@ TEST_F(RestoreModelTest, BackupRestoresItselfThroughTheCloudCopy)
 	EXPECT_EQ(millis.size() - 3, seconds.size());
 }
 
+TEST_F(RestoreModelTest, ServiceGivingUpAtAnyStepCompletesBothModelsOnceWithFailure)
+{
+	// lastAnswer: the model's last answer before the service gave up.
+	const struct { zon_host_cloud_session_e kind; zon_host_cloud_step_e step; std::string lastAnswer; } cases[] = {
+		{ZON_HOST_CLOUD_BACKUP, ZON_HOST_CLOUD_STEP_PREPARATION, "reply succeeded"},
+		{ZON_HOST_CLOUD_BACKUP, ZON_HOST_CLOUD_STEP_KEYS_AND_DATES, "preparation_completed_response true"},
+		{ZON_HOST_CLOUD_BACKUP, ZON_HOST_CLOUD_STEP_RECORDS, "keys_and_dates 1 true"},
+		{RESTORE, ZON_HOST_CLOUD_STEP_RESTORATION_PATH, "preparation_completed_response true"},
+		{RESTORE, ZON_HOST_CLOUD_STEP_RESTORATION, "restoration_path " + trustedPath("restore.dat") + " true"},
+		{RESTORE, ZON_HOST_CLOUD_STEP_COMPLETION, "record_list 3 true"},
+	};
+	for (const auto& c : cases) {
+		SCOPED_TRACE(c.step);
+		freshHost();
+		zon_host_cloud_fail_at(c.step);
+		EXPECT_EQ(ZON_HOST_CLOUD_FAILED, runWith(c.kind));
+		Texts trail = events();
+		ASSERT_GE(trail.size(), 3u);
+		EXPECT_EQ(c.lastAnswer, trail[trail.size() - 3]);
+		EXPECT_EQ(0u, trail[trail.size() - 2].find("gave up at "));
+		EXPECT_EQ("completed false", trail.back());
+		EXPECT_EQ(1, calls);
+		EXPECT_FALSE(result);
+	}
+}
+
 } // namespace

@@ -2,7 +2,9 @@
 // the list edit-mode chain, the highlight (at once and delayed), and the eight overloads that make
 // an access object out of a layout part.
 
+#include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <ScreenReaderHelper.h>
@@ -16,6 +18,7 @@ using H = ScreenReaderHelper;
 using Objects = std::vector<Evas_Object*>;
 const int kTo = ELM_ATSPI_RELATION_FLOWS_TO;
 const int kFrom = ELM_ATSPI_RELATION_FLOWS_FROM;
+const int N = ELM_ACCESSIBLE_READING_INFO_TYPE_NAME, R = ELM_ACCESSIBLE_READING_INFO_TYPE_ROLE, D = ELM_ACCESSIBLE_READING_INFO_TYPE_DESCRIPTION;
 
 Objects related(Evas_Object* obj, int relation)
 {
@@ -69,7 +72,6 @@ protected:
 
 TEST_F(ScreenReaderHelperTest, InformationFromTextsOrFunctionsPicksTheReadingKind)
 {
-	const int N = ELM_ACCESSIBLE_READING_INFO_TYPE_NAME, D = ELM_ACCESSIBLE_READING_INFO_TYPE_DESCRIPTION;
 	int gestures = 0;
 	Evas_Object* both = button();
 	H::setInformationOnElmObj(both, "zonvista", "WDS_ZON_TPOP_DELETED", "IDS_ZON_POP_CITY_ADDED", countGesture, &gestures);
@@ -80,15 +82,11 @@ TEST_F(ScreenReaderHelperTest, InformationFromTextsOrFunctionsPicksTheReadingKin
 	// Functions are asked when the reader reads.
 	Evas_Object* functions = button();
 	H::setInformationOnElmObj(functions, nullptr, nameOf, const_cast<char*>("Seoul"), nameOf, const_cast<char*>("4 hours ahead"), nullptr, nullptr);
-	struct Case {
-		Evas_Object* obj;
-		int kind;
-		const char* reads;
-	};
-	for (const Case& c : {Case{both, N | D, "Deleted., City added."}, Case{nameOnly, N, "Paris"},
+	using Case = std::tuple<Evas_Object*, int, const char*>;
+	for (auto [obj, kind, reads] : {Case{both, N | D, "Deleted., City added."}, Case{nameOnly, N, "Paris"},
 			 Case{descriptionOnly, D, "Double tap to edit"}, Case{functions, N | D, "Seoul, 4 hours ahead"}}) {
-		EXPECT_EQ(c.kind, elm_atspi_accessible_reading_info_type_get(c.obj)) << c.reads;
-		EXPECT_EQ(c.reads, readerText(c.obj));
+		EXPECT_EQ(kind, elm_atspi_accessible_reading_info_type_get(obj)) << reads;
+		EXPECT_EQ(reads, readerText(obj));
 	}
 	EXPECT_EQ(1, zon_host_screen_reader_gesture(both, ELM_ATSPI_GESTURE_ONE_FINGER_DOUBLE_TAP));
 	EXPECT_EQ(1, gestures);
@@ -105,12 +103,11 @@ TEST_F(ScreenReaderHelperTest, InformationFromTextsOrFunctionsPicksTheReadingKin
 TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelay)
 {
 	Evas_Object* a = button("a");
-	H::setFocusableForElmObj(a, false);
-	H::setFocusOnObject(a, false, 0.0);
-	EXPECT_EQ(nullptr, zon_host_screen_reader_highlighted());
-	H::setFocusableForElmObj(a, true);
-	H::setFocusOnObject(a, false, 0.0);
-	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
+	for (bool focusable : {false, true}) {
+		H::setFocusableForElmObj(a, focusable);
+		H::setFocusOnObject(a, false, 0.0);
+		EXPECT_EQ(focusable ? a : nullptr, zon_host_screen_reader_highlighted());
+	}
 
 	Evas_Object* target = button("target");
 	double start = ecore_time_get();
@@ -135,16 +132,15 @@ TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelay)
 
 TEST_F(ScreenReaderHelperTest, RelationsInEachDirectionAndAlongLists)
 {
-	Evas_Object *a = button(), *b = button(), *c = button(), *d = button();
+	Evas_Object *a = nullptr, *b = nullptr;
+	for (auto direction : {H::BOTH, H::FORWARD, H::REVERSE}) {
+		a = button(), b = button();
+		H::setRelationship(a, b, direction);
+		EXPECT_EQ(direction != H::REVERSE ? Objects{b} : Objects{}, related(a, kTo)) << direction;
+		EXPECT_EQ(direction != H::FORWARD ? Objects{a} : Objects{}, related(b, kFrom)) << direction;
+		EXPECT_TRUE(related(a, kFrom).empty() && related(b, kTo).empty()) << direction;
+	}
 	H::setRelationship(a, b, H::BOTH);
-	EXPECT_EQ(Objects{b}, related(a, kTo));
-	EXPECT_EQ(Objects{a}, related(b, kFrom));
-	H::setRelationship(c, d, H::FORWARD);
-	EXPECT_EQ(Objects{d}, related(c, kTo));
-	EXPECT_TRUE(related(d, kFrom).empty());
-	H::setRelationship(c, d, H::REVERSE);
-	EXPECT_EQ(Objects{c}, related(d, kFrom));
-	EXPECT_TRUE(related(d, kTo).empty());
 	H::unsetRelationShip(b, a, nullptr);
 	EXPECT_TRUE(related(b, kFrom).empty());
 	H::unsetRelationShip(a, nullptr, b);
@@ -153,11 +149,10 @@ TEST_F(ScreenReaderHelperTest, RelationsInEachDirectionAndAlongLists)
 	// A list relates each neighbouring pair, and only those.
 	Evas_Object *x = button(), *y = button(), *z = button();
 	H::setRelationshipWithObjList({x, y, z}, H::FORWARD);
-	EXPECT_EQ(Objects{y}, related(x, kTo));
-	EXPECT_EQ(Objects{z}, related(y, kTo));
-	EXPECT_TRUE(related(z, kTo).empty());
-	for (Evas_Object* o : {x, y, z})
-		EXPECT_TRUE(related(o, kFrom).empty());
+	for (auto [from, to] : {std::pair{x, Objects{y}}, std::pair{y, Objects{z}}, std::pair{z, Objects{}}}) {
+		EXPECT_EQ(to, related(from, kTo));
+		EXPECT_TRUE(related(from, kFrom).empty());
+	}
 
 	H::setRelationshipWithObjList({a}, H::BOTH);
 	EXPECT_TRUE(related(a, kTo).empty());
@@ -168,61 +163,46 @@ TEST_F(ScreenReaderHelperTest, RelationsInEachDirectionAndAlongLists)
 
 TEST_F(ScreenReaderHelperTest, EditModeChainThreadsTheControlsBetweenTheFirstItems)
 {
+	// Each neighbour in the chain flows both ways; the last item closes the loop to the first.
+	auto expectChain = [](const Objects& chain) {
+		for (size_t i = 0; i + 1 < chain.size(); ++i) {
+			EXPECT_EQ(Objects{chain[i + 1]}, related(chain[i], kTo)) << i;
+			EXPECT_EQ(Objects{chain[i]}, related(chain[i + 1], kFrom)) << i;
+		}
+	};
 	Evas_Object *first = button("select all"), *second = button("delete"), *third = button("cancel");
 	Evas_Object* list = genlist(4);
 	Elm_Object_Item* top = elm_genlist_first_item_get(list);
-	Elm_Object_Item* next = elm_genlist_item_next_get(top);
-	Elm_Object_Item* bottom = elm_genlist_last_item_get(list);
 	H::setGenlistEditmodeChain(list, first, second, third);
-	EXPECT_EQ(Objects{first}, related(top, kTo));
-	EXPECT_EQ(Objects{third}, related(first, kTo));
-	EXPECT_EQ(Objects{second}, related(third, kTo));
-	EXPECT_EQ(Objects{next}, related(second, kTo));
-	EXPECT_EQ(Objects{second}, related(next, kFrom));
-	EXPECT_EQ(Objects{top}, related(bottom, kTo));
-	EXPECT_EQ(Objects{bottom}, related(top, kFrom));
+	expectChain({top, first, third, second, elm_genlist_item_next_get(top)});
+	expectChain({elm_genlist_last_item_get(list), top});
 
 	Evas_Object* otherList = genlist(3);
 	Evas_Object *a = button(), *b = button();
 	H::setGenlistEditmodeChain(otherList, a, b, nullptr);
-	EXPECT_EQ(Objects{b}, related(a, kTo));
-	EXPECT_EQ(Objects{elm_genlist_item_next_get(elm_genlist_first_item_get(otherList))}, related(b, kTo));
-}
+	expectChain({a, b, elm_genlist_item_next_get(elm_genlist_first_item_get(otherList))});
 
-TEST_F(ScreenReaderHelperTest, EditModeChainNeedsThreeItemsAndItsObjects)
-{
-	Evas_Object *a = button(), *b = button();
-	struct Case {
-		int items;
-		bool withObjects;
-		const char* message;
-	};
-	for (const Case& c : {Case{2, true, "at least 3 items have to be exist"}, Case{1, true, "second item is not exist"},
+	// Too short a list or a missing object: a message and no relation at all.
+	using Case = std::tuple<int, bool, const char*>;
+	a = button(), b = button();
+	for (auto [items, withObjects, message] : {Case{2, true, "at least 3 items have to be exist"}, Case{1, true, "second item is not exist"},
 			 Case{0, true, "top item is not exist"}, Case{3, false, "object is not exist"}}) {
 		zon_host_log_clear();
-		Evas_Object* list = genlist(c.items);
-		H::setGenlistEditmodeChain(list, c.withObjects ? a : nullptr, b, nullptr);
-		EXPECT_TRUE(zon_host_log_contains(c.message)) << c.message;
-		EXPECT_TRUE(related(a, kTo).empty() && related(b, kFrom).empty()) << c.message;
+		list = genlist(items);
+		H::setGenlistEditmodeChain(list, withObjects ? a : nullptr, b, nullptr);
+		EXPECT_TRUE(zon_host_log_contains(message)) << message;
+		EXPECT_TRUE(related(a, kTo).empty() && related(b, kFrom).empty()) << message;
 		for (Elm_Object_Item* item = elm_genlist_first_item_get(list); item; item = elm_genlist_item_next_get(item))
-			EXPECT_TRUE(related(item, kTo).empty()) << c.message;
+			EXPECT_TRUE(related(item, kTo).empty()) << message;
 	}
 }
 
-TEST_F(ScreenReaderHelperTest, PrimitiveObjectsOfEachOverload)
+TEST_F(ScreenReaderHelperTest, PrimitiveObjectsOfEachOverloadAndWithMissingPieces)
 {
-	const char* name = "Time";
-	const char* description = "Double tap to change";
-	char* nameData = const_cast<char*>("Time of Paris");
-	char* descriptionData = const_cast<char*>("Tap twice");
-	const int N = ELM_ACCESSIBLE_READING_INFO_TYPE_NAME, R = ELM_ACCESSIBLE_READING_INFO_TYPE_ROLE,
-			  D = ELM_ACCESSIBLE_READING_INFO_TYPE_DESCRIPTION;
+	const char *name = "Time", *description = "Double tap to change";
+	char *nameData = const_cast<char*>("Time of Paris"), *descriptionData = const_cast<char*>("Tap twice");
 	const Elm_Atspi_Role role = ELM_ATSPI_ROLE_PUSH_BUTTON;
-	struct Case {
-		std::function<Evas_Object*(Evas_Object*, Evas_Smart_Cb, int*)> make;
-		int kind;
-		std::string reads;
-	};
+	using Case = std::tuple<std::function<Evas_Object*(Evas_Object*, Evas_Smart_Cb, int*)>, int, std::string>;
 #define OVERLOAD(...) [&](Evas_Object* p, Evas_Smart_Cb cb, int* d) { return H::createPrimativeScreenReaderObject(p, "elm.text", nullptr, __VA_ARGS__, cb, d); }
 	std::vector<Case> cases = {
 		{OVERLOAD(name), N, "Time"},
@@ -235,24 +215,22 @@ TEST_F(ScreenReaderHelperTest, PrimitiveObjectsOfEachOverload)
 		{OVERLOAD(nameOf, nameData, nameOf, descriptionData, role), N | R | D, "Time of Paris, push button, Tap twice"},
 	};
 #undef OVERLOAD
-	for (const Case& c : cases) {
+	for (const auto& [make, kind, reads] : cases) {
 		int activations = 0;
-		Evas_Object* ao = c.make(layout(), countActivation, &activations);
-		ASSERT_NE(nullptr, ao) << c.reads;
-		EXPECT_EQ(c.kind, elm_atspi_accessible_reading_info_type_get(ao)) << c.reads;
-		EXPECT_EQ((c.kind & R) != 0, elm_atspi_accessible_role_get(ao) == role) << c.reads;
-		EXPECT_EQ(c.reads, readerText(ao));
+		Evas_Object* ao = make(layout(), countActivation, &activations);
+		ASSERT_NE(nullptr, ao) << reads;
+		EXPECT_EQ(kind, elm_atspi_accessible_reading_info_type_get(ao)) << reads;
+		EXPECT_EQ((kind & R) != 0, elm_atspi_accessible_role_get(ao) == role) << reads;
+		EXPECT_EQ(reads, readerText(ao));
 		ASSERT_EQ(0, zon_host_screen_reader_activate(ao));
-		EXPECT_EQ(1, activations) << c.reads;
+		EXPECT_EQ(1, activations) << reads;
 		// Without an activation callback nothing is connected.
-		Evas_Object* quiet = c.make(layout(), nullptr, nullptr);
+		Evas_Object* quiet = make(layout(), nullptr, nullptr);
 		ASSERT_NE(nullptr, quiet);
 		EXPECT_EQ(0, zon_host_screen_reader_activate(quiet));
 	}
-}
 
-TEST_F(ScreenReaderHelperTest, PrimitiveObjectsWithMissingPieces)
-{
+	// Missing pieces are logged, and the object is still made.
 	Evas_Object* ao = H::createPrimativeScreenReaderObject(layout(), "elm.text", "zonvista",
 		static_cast<const char*>(nullptr), static_cast<const char*>(nullptr), ELM_ATSPI_ROLE_LABEL, nullptr, nullptr);
 	EXPECT_EQ(ELM_ATSPI_ROLE_LABEL, ao ? elm_atspi_accessible_role_get(ao) : ELM_ATSPI_ROLE_INVALID);
@@ -265,16 +243,12 @@ TEST_F(ScreenReaderHelperTest, PrimitiveObjectsWithMissingPieces)
 	// The domain translates a name text.
 	EXPECT_EQ("Deleted.", readerText(H::createPrimativeScreenReaderObject(layout(), "elm.text", "zonvista", "WDS_ZON_TPOP_DELETED", nullptr, nullptr)));
 
-	struct Case {
-		Evas_Object* parent;
-		const char* part;
-		const char* message;
-	};
-	for (const Case& c : {Case{nullptr, "elm.text", "Invalid parent input"}, Case{layout(), nullptr, "Invalid part input"},
-			 Case{layout(), "no.such.part", "Invalid input"}}) {
+	using Bad = std::tuple<Evas_Object*, const char*, const char*>;
+	for (auto [parent, part, message] : {Bad{nullptr, "elm.text", "Invalid parent input"}, Bad{layout(), nullptr, "Invalid part input"},
+			 Bad{layout(), "no.such.part", "Invalid input"}}) {
 		zon_host_log_clear();
-		EXPECT_EQ(nullptr, H::createPrimativeScreenReaderObject(c.parent, c.part, nullptr, "x", nullptr, nullptr));
-		EXPECT_TRUE(zon_host_log_contains(c.message)) << c.message;
-		EXPECT_TRUE(zon_host_log_contains("Invalid input")) << c.message;
+		EXPECT_EQ(nullptr, H::createPrimativeScreenReaderObject(parent, part, nullptr, "x", nullptr, nullptr));
+		EXPECT_TRUE(zon_host_log_contains(message)) << message;
+		EXPECT_TRUE(zon_host_log_contains("Invalid input")) << message;
 	}
 }
