@@ -13,6 +13,7 @@
 #include <vconf.h>
 
 #include "ZonCommonDefine.h"
+#include "ZonIcuCache.h"
 
 #define ZON_REGION_FORMAT_KEY "db/menu_widget/regionformat"
 
@@ -35,7 +36,7 @@ std::string ZonStrUtil::convertNumberToString(int number)
 	// Results are not checked one by one: ICU leaves every later call alone once the status has
 	// failed, so a formatter that could not be made ends as an empty text.
 	UErrorCode status = U_ZERO_ERROR;
-	UNumberFormat* format = unum_open(UNUM_DECIMAL, nullptr, -1, locale, nullptr, &status);
+	UNumberFormat* format = ZonIcuCache::getDecimalFormat(locale, &status);
 	UChar formatted[20] = {0};
 	int32_t length = unum_format(format, number, formatted, 20, nullptr, &status);
 	if (U_FAILURE(status))
@@ -44,7 +45,6 @@ std::string ZonStrUtil::convertNumberToString(int number)
 	char text[20] = {0};
 	UErrorCode convertStatus = U_ZERO_ERROR;
 	u_strToUTF8(text, 19, nullptr, formatted, length, &convertStatus);
-	unum_close(format);
 	return text;
 }
 

@@ -10,13 +10,13 @@
 #include <string.h>
 
 #include <cmath>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <glib.h>
 #include <unicode/ucal.h>
 #include <unicode/udat.h>
-#include <unicode/udatpg.h>
 #include <unicode/uloc.h>
 #include <unicode/ustring.h>
 
@@ -24,6 +24,7 @@
 #include <vconf.h>
 
 #include "ZonCommonDefine.h"
+#include "ZonIcuCache.h"
 #include "ZonStrUtil.h"
 
 #define ZON_TEXT_DOMAIN "zonvista"
@@ -98,18 +99,9 @@ std::string toUtf8(const UChar* text, int32_t length, int32_t capacity)
 
 void getBestPattern(const char* locale, const char* skeleton, UChar* pattern, int32_t capacity)
 {
-	memset(pattern, 0, capacity * sizeof(UChar));
 	UErrorCode status = U_ZERO_ERROR;
-	UDateTimePatternGenerator* generator = udatpg_open(locale, &status);
-	if (U_FAILURE(status)) {
+	if (!ZonIcuCache::getBestPattern(locale, skeleton, pattern, capacity, &status))
 		WERROR("udatpg_open failed(%d)", status);
-		udatpg_close(generator);
-		return;
-	}
-	UChar skeletonText[64];
-	toUChars(skeleton, skeletonText, 64);
-	udatpg_getBestPattern(generator, skeletonText, -1, pattern, capacity - 1, &status);
-	udatpg_close(generator);
 }
 
 std::string formatNow(const char* locale, const UChar* pattern, const char* timezone, bool assertCreated)
@@ -118,19 +110,16 @@ std::string formatNow(const char* locale, const UChar* pattern, const char* time
 	toUChars(timezone, zone, 256);
 
 	UErrorCode status = U_ZERO_ERROR;
-	UDateFormat* format = udat_open(UDAT_PATTERN, UDAT_PATTERN, locale, zone, -1, pattern, -1, &status);
+	UDateFormat* format = ZonIcuCache::getDateFormat(locale, pattern, zone, &status);
 	int ret = i18nResult(status);
 	if (assertCreated)
 		WASSERT(ret == I18N_ERROR_NONE);
-	if (ret != I18N_ERROR_NONE || !format) {
-		udat_close(format);
+	if (ret != I18N_ERROR_NONE || !format)
 		return std::string();
-	}
 
 	UChar formatted[64] = {0};
 	status = U_ZERO_ERROR;
 	int32_t length = udat_format(format, ucal_getNow(), formatted, 64, nullptr, &status);
-	udat_close(format);
 	if (U_FAILURE(status))
 		length = 0;
 	return toUtf8(formatted, length, 64);
@@ -371,20 +360,15 @@ bool ZonTimeUtil::isDstOn(const char* timezone)
 	int32_t zoneLength = u_strlen(zone);
 
 	UErrorCode status = U_ZERO_ERROR;
-	UCalendar* calendar = ucal_open(zone, zoneLength, locale, UCAL_TRADITIONAL, &status);
-	if (U_FAILURE(status)) {
+	UCalendar* calendar = ZonIcuCache::getCalendar(zone, zoneLength, locale, &status);
+	free(zone);
+	if (!calendar) {
 		WERROR("i18n_ucalendar_create failed.");
-		free(zone);
-		if (calendar)
-			ucal_close(calendar);
 		return false;
 	}
 
 	status = U_ZERO_ERROR;
-	bool inDaylight = ucal_inDaylightTime(calendar, &status);
-	ucal_close(calendar);
-	free(zone);
-	return inDaylight;
+	return ucal_inDaylightTime(calendar, &status);
 }
 
 void ZonTimeUtil::getCurrentTime(const char* timezone, tm& out)
@@ -798,23 +782,25 @@ bool ZonTimeUtil::_getFormattedDateString(time_t t, const char* locale, const ch
 
 	const char* skeleton = is24HourFormat() ? ZON_SKELETON_TIME_24 : ZON_SKELETON_TIME_12;
 	status = U_ZERO_ERROR;
-	UDateTimePatternGenerator* generator = udatpg_open(locale, &status);
-	lastLocale = strdup(locale);
-	UChar skeletonText[64];
-	toUChars(skeleton, skeletonText, 64);
 	UChar pattern[32] = {0};
 	if (!strcmp(skeleton, "a"))
 		toUChars(skeleton, pattern, 32);
 	else
-		udatpg_getBestPattern(generator, skeletonText, -1, pattern, 31, &status);
-	udatpg_close(generator);
+		ZonIcuCache::getBestPattern(locale, skeleton, pattern, 32, &status);
+	lastLocale = strdup(locale);
 
+	// Only a formatter for a named zone is shared; ICU's default zone is taken as it is now.
+	std::unique_ptr<UDateFormat, void (*)(UDateFormat*)> ownFormat(nullptr, udat_close);
+	UDateFormat* format = nullptr;
 	status = U_ZERO_ERROR;
-	UDateFormat* format = udat_open(UDAT_PATTERN, UDAT_PATTERN, locale, timezone ? zone : nullptr, -1, pattern, -1,
-		&status);
+	if (timezone) {
+		format = ZonIcuCache::getDateFormat(locale, pattern, zone, &status);
+	} else {
+		ownFormat.reset(udat_open(UDAT_PATTERN, UDAT_PATTERN, locale, nullptr, -1, pattern, -1, &status));
+		format = ownFormat.get();
+	}
 	if (U_FAILURE(status) || !format) {
 		WERROR("i18n_udate_create failed");
-		udat_close(format);
 		return false;
 	}
 
@@ -824,17 +810,14 @@ bool ZonTimeUtil::_getFormattedDateString(time_t t, const char* locale, const ch
 	ret = i18nResult(status);
 	if (ret != I18N_ERROR_NONE) {
 		WERROR("Get i18n_udate_format_date error [%d]", ret);
-		udat_close(format);
 		return false;
 	}
 	if (length == 0) {
 		WERROR("formattedLength = 0");
-		udat_close(format);
 		return false;
 	}
 
 	std::string text = toUtf8(formatted, length, 256);
-	udat_close(format);
 	free(lastLocale);
 	lastLocale = nullptr;
 	out = text;

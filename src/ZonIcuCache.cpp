@@ -1,0 +1,256 @@
+#include "ZonIcuCache.h"
+
+#include <string.h>
+
+#include <list>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+#include <unicode/udatpg.h>
+#include <unicode/uloc.h>
+#include <unicode/ustring.h>
+
+namespace {
+
+typedef std::basic_string<UChar> UText;
+
+// Least recently used entries beyond the capacity are dropped (and their ICU objects closed by
+// Value's destructor).
+template <typename Value>
+class Lru {
+public:
+	explicit Lru(size_t capacity) : _capacity(capacity) {}
+
+	Value* find(const std::string& key)
+	{
+		auto found = _index.find(key);
+		if (found == _index.end())
+			return nullptr;
+		_order.splice(_order.begin(), _order, found->second);
+		return &found->second->second;
+	}
+
+	// `key` is not in the cache (find() said so).
+	Value* insert(const std::string& key, Value value)
+	{
+		_order.emplace_front(key, std::move(value));
+		_index[key] = _order.begin();
+		if (_order.size() > _capacity) {
+			_index.erase(_order.back().first);
+			_order.pop_back();
+		}
+		return &_order.front().second;
+	}
+
+	void clear()
+	{
+		_index.clear();
+		_order.clear();
+	}
+
+	size_t size() const { return _order.size(); }
+
+private:
+	typedef std::list<std::pair<std::string, Value>> Order;
+	size_t _capacity;
+	Order _order;
+	std::unordered_map<std::string, typename Order::iterator> _index;
+};
+
+template <typename T, void (*Close)(T*)>
+struct Closer {
+	void operator()(T* object) const { Close(object); }
+};
+
+typedef std::unique_ptr<UDateTimePatternGenerator, Closer<UDateTimePatternGenerator, udatpg_close>> Generator;
+typedef std::unique_ptr<UDateFormat, Closer<UDateFormat, udat_close>> DateFormat;
+typedef std::unique_ptr<UNumberFormat, Closer<UNumberFormat, unum_close>> NumberFormat;
+typedef std::unique_ptr<UCalendar, Closer<UCalendar, ucal_close>> Calendar;
+
+// Keys are the arguments' bytes, each behind its length, so that no two argument lists share one.
+void appendField(std::string& key, const void* data, size_t bytes)
+{
+	uint32_t length = static_cast<uint32_t>(bytes);
+	key.append(reinterpret_cast<const char*>(&length), sizeof(length));
+	key.append(static_cast<const char*>(data), bytes);
+}
+
+void appendText(std::string& key, const char* text)
+{
+	// A null locale (ICU's default) is kept apart from every text, the empty one included.
+	if (!text) {
+		key.push_back('\xff');
+		return;
+	}
+	appendField(key, text, strlen(text));
+}
+
+void appendText(std::string& key, const UChar* text, int32_t length)
+{
+	appendField(key, text, static_cast<size_t>(length) * sizeof(UChar));
+}
+
+struct State {
+	// What every entry was made under; see the header.
+	std::string defaultLocale;
+	std::string zoneRulesVersion;
+
+	Lru<Generator> generators{ZonIcuCache::kMaxGenerators};
+	Lru<UText> patterns{ZonIcuCache::kMaxPatterns};
+	Lru<DateFormat> dateFormats{ZonIcuCache::kMaxDateFormats};
+	Lru<NumberFormat> numberFormats{ZonIcuCache::kMaxNumberFormats};
+	Lru<Calendar> calendars{ZonIcuCache::kMaxCalendars};
+
+	void clear()
+	{
+		generators.clear();
+		patterns.clear();
+		dateFormats.clear();
+		numberFormats.clear();
+		calendars.clear();
+	}
+};
+
+// Lives as long as the process, like the library's singletons: closing ICU objects while the
+// process exits buys nothing.
+State& state()
+{
+	static State* instance = new State;
+	return *instance;
+}
+
+// The state, emptied first if the default locale or the zone rules are no longer those its
+// entries were made under.
+State& current()
+{
+	State& s = state();
+	const char* defaultLocale = uloc_getDefault();
+	UErrorCode status = U_ZERO_ERROR;
+	const char* version = ucal_getTZDataVersion(&status);
+	if (!defaultLocale)
+		defaultLocale = "";
+	if (U_FAILURE(status) || !version)
+		version = "";
+	if (s.defaultLocale != defaultLocale || s.zoneRulesVersion != version) {
+		s.clear();
+		s.defaultLocale = defaultLocale;
+		s.zoneRulesVersion = version;
+	}
+	return s;
+}
+
+UDateTimePatternGenerator* generatorFor(State& s, const char* locale, UErrorCode* status)
+{
+	std::string key;
+	appendText(key, locale);
+	if (Generator* found = s.generators.find(key))
+		return found->get();
+	UErrorCode openStatus = U_ZERO_ERROR;
+	Generator generator(udatpg_open(locale, &openStatus));
+	if (U_FAILURE(openStatus) || !generator) {
+		*status = U_FAILURE(openStatus) ? openStatus : U_MEMORY_ALLOCATION_ERROR;
+		return nullptr;
+	}
+	return s.generators.insert(key, std::move(generator))->get();
+}
+
+}
+
+bool ZonIcuCache::getBestPattern(const char* locale, const char* skeleton, UChar* pattern, int32_t capacity,
+	UErrorCode* status)
+{
+	memset(pattern, 0, capacity * sizeof(UChar));
+	*status = U_ZERO_ERROR;
+	State& s = current();
+
+	std::string key;
+	appendText(key, locale);
+	appendText(key, skeleton);
+	const UText* best = s.patterns.find(key);
+	if (!best) {
+		UDateTimePatternGenerator* generator = generatorFor(s, locale, status);
+		if (!generator)
+			return false;
+		UErrorCode patternStatus = U_ZERO_ERROR;
+		UText skeletonText(strlen(skeleton) + 1, 0);
+		u_strFromUTF8(&skeletonText[0], static_cast<int32_t>(skeletonText.size()), nullptr, skeleton, -1,
+			&patternStatus);
+		int32_t length = udatpg_getBestPattern(generator, skeletonText.c_str(), -1, nullptr, 0, &patternStatus);
+		UText text(length, 0);
+		patternStatus = U_ZERO_ERROR;
+		udatpg_getBestPattern(generator, skeletonText.c_str(), -1, &text[0], length, &patternStatus);
+		// A generator that cannot answer leaves the caller's buffer as it was, zeros.
+		if (U_FAILURE(patternStatus))
+			return true;
+		best = s.patterns.insert(key, text);
+	}
+	// ICU copies nothing when the pattern does not fit.
+	if (static_cast<int32_t>(best->size()) <= capacity - 1)
+		u_memcpy(pattern, best->data(), static_cast<int32_t>(best->size()));
+	return true;
+}
+
+UDateFormat* ZonIcuCache::getDateFormat(const char* locale, const UChar* pattern, const UChar* zone, UErrorCode* status)
+{
+	State& s = current();
+	std::string key;
+	appendText(key, locale);
+	appendText(key, pattern, u_strlen(pattern));
+	appendText(key, zone, u_strlen(zone));
+	if (DateFormat* found = s.dateFormats.find(key)) {
+		*status = U_ZERO_ERROR;
+		return found->get();
+	}
+	*status = U_ZERO_ERROR;
+	DateFormat format(udat_open(UDAT_PATTERN, UDAT_PATTERN, locale, zone, -1, pattern, -1, status));
+	if (U_FAILURE(*status) || !format)
+		return nullptr;
+	return s.dateFormats.insert(key, std::move(format))->get();
+}
+
+UNumberFormat* ZonIcuCache::getDecimalFormat(const char* locale, UErrorCode* status)
+{
+	State& s = current();
+	std::string key;
+	appendText(key, locale);
+	if (NumberFormat* found = s.numberFormats.find(key)) {
+		*status = U_ZERO_ERROR;
+		return found->get();
+	}
+	*status = U_ZERO_ERROR;
+	NumberFormat format(unum_open(UNUM_DECIMAL, nullptr, -1, locale, nullptr, status));
+	if (U_FAILURE(*status) || !format)
+		return nullptr;
+	return s.numberFormats.insert(key, std::move(format))->get();
+}
+
+UCalendar* ZonIcuCache::getCalendar(const UChar* zone, int32_t zoneLength, const char* locale, UErrorCode* status)
+{
+	State& s = current();
+	std::string key;
+	appendText(key, zone, zoneLength);
+	appendText(key, locale);
+	*status = U_ZERO_ERROR;
+	if (Calendar* found = s.calendars.find(key)) {
+		ucal_setMillis(found->get(), ucal_getNow(), status);
+		return U_SUCCESS(*status) ? found->get() : nullptr;
+	}
+	Calendar calendar(ucal_open(zone, zoneLength, locale, UCAL_TRADITIONAL, status));
+	if (U_FAILURE(*status) || !calendar)
+		return nullptr;
+	return s.calendars.insert(key, std::move(calendar))->get();
+}
+
+void ZonIcuCache::clear()
+{
+	state().clear();
+}
+
+ZonIcuCache::Counts ZonIcuCache::counts()
+{
+	State& s = state();
+	return Counts{s.generators.size(), s.patterns.size(), s.dateFormats.size(), s.numberFormats.size(),
+		s.calendars.size()};
+}

@@ -1,0 +1,81 @@
+/*
+ * ZonIcuCache.h - the ICU services behind the time texts, built once and reused. Internal to the
+ * library: not installed, not part of any class's contract.
+ *
+ * Making ICU's pattern generator costs a few hundred microseconds and a date formatter tens of
+ * them, while formatting with a ready one costs about one. The time texts ask for the same few
+ * (locale, skeleton, zone) triples every minute, so they borrow them from here instead of
+ * building and destroying them per call. Every answer is what a fresh object would give:
+ *
+ *   - An object is keyed by every argument it was made from (locale text, pattern or skeleton,
+ *     zone id, as the caller would have passed them to ICU).
+ *   - ICU falls back to the default locale when it has no data for a requested one, and it reads
+ *     the zone rules (whose version it reports) once; so all entries belong to one default
+ *     locale and one zone-rules version, and everything is dropped when either differs from what
+ *     it was when the entries were made. That check runs on every call.
+ *   - The default time zone does not reach any object kept here: formatters and calendars are
+ *     only kept for an explicit zone id. A formatter for ICU's default zone is not offered.
+ *   - Failures are never kept: a call that cannot make an object fails again the next time, with
+ *     the same status, so callers log and assert exactly as they would without the cache.
+ *
+ * Bounds (a watch has little memory): least recently used entries are dropped beyond
+ * kMaxGenerators pattern generators, kMaxPatterns best patterns, kMaxDateFormats date formatters,
+ * kMaxNumberFormats number formatters and kMaxCalendars calendars. Generators are the big ones
+ * and are only needed for a skeleton not yet seen, so few are kept.
+ *
+ * Ownership: returned objects stay owned by the cache and are valid until the next call into it;
+ * callers use them at once and never close them. Formatting with them does not change what they
+ * give next (ICU formats from the instant alone).
+ *
+ * Threading: unguarded static state, main-loop thread only, like the rest of the library.
+ */
+#ifndef ZON_ICU_CACHE_H
+#define ZON_ICU_CACHE_H
+
+#include <stddef.h>
+
+#include <unicode/ucal.h>
+#include <unicode/udat.h>
+#include <unicode/unum.h>
+
+class ZonIcuCache {
+public:
+	static const size_t kMaxGenerators = 2;
+	static const size_t kMaxPatterns = 64;
+	static const size_t kMaxDateFormats = 32;
+	static const size_t kMaxNumberFormats = 2;
+	static const size_t kMaxCalendars = 8;
+
+	// The best pattern of `skeleton` (UTF-8) for `locale`, written as udatpg_getBestPattern()
+	// writes it into `pattern` with capacity - 1 units: the pattern, zero-filled to `capacity`
+	// units, or only zeros when it is longer than capacity - 1. False, with *status the error of
+	// udatpg_open(), when no generator can be made for the locale (pattern then all zeros).
+	static bool getBestPattern(const char* locale, const char* skeleton, UChar* pattern, int32_t capacity,
+		UErrorCode* status);
+
+	// udat_open(UDAT_PATTERN, UDAT_PATTERN, locale, zone, -1, pattern, -1, status), shared.
+	// `zone` and `pattern` are terminated and not null. Null, with *status the failure, when ICU
+	// cannot make it.
+	static UDateFormat* getDateFormat(const char* locale, const UChar* pattern, const UChar* zone, UErrorCode* status);
+
+	// unum_open(UNUM_DECIMAL, nullptr, -1, locale, nullptr, status), shared.
+	static UNumberFormat* getDecimalFormat(const char* locale, UErrorCode* status);
+
+	// ucal_open(zone, zoneLength, locale, UCAL_TRADITIONAL, status), shared, set to the present
+	// instant as ucal_open() would set it. `locale` may be null (ICU's default).
+	static UCalendar* getCalendar(const UChar* zone, int32_t zoneLength, const char* locale, UErrorCode* status);
+
+	// Drops every entry (memory pressure, or a test that wants a first call).
+	static void clear();
+
+	struct Counts {
+		size_t generators;
+		size_t patterns;
+		size_t dateFormats;
+		size_t numberFormats;
+		size_t calendars;
+	};
+	static Counts counts();
+};
+
+#endif /* ZON_ICU_CACHE_H */
