@@ -40,11 +40,11 @@
 
 class ZonIcuCache {
 public:
-	static const size_t kMaxGenerators = 2;
-	static const size_t kMaxPatterns = 64;
-	static const size_t kMaxDateFormats = 32;
-	static const size_t kMaxNumberFormats = 2;
-	static const size_t kMaxCalendars = 8;
+	static constexpr size_t kMaxGenerators = 2;
+	static constexpr size_t kMaxPatterns = 64;
+	static constexpr size_t kMaxDateFormats = 32;
+	static constexpr size_t kMaxNumberFormats = 2;
+	static constexpr size_t kMaxCalendars = 8;
 
 	// The best pattern of `skeleton` (UTF-8) for `locale`, written as udatpg_getBestPattern()
 	// writes it into `pattern` with capacity - 1 units: the pattern, zero-filled to `capacity`

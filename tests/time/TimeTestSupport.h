@@ -9,6 +9,8 @@
  *   call), so expectations are built relative to whatever it is.
  * - ZON_FROZEN_CLOCK(epoch): reruns the current test in a child process whose clock starts at
  *   that instant (libfaketime); the test is skipped when libfaketime is not installed.
+ *   ZON_FROZEN_CLOCK(epoch, mode): the child's clock stands still there, or (ClockMode::Movable)
+ *   stands still until the test moves it with setMovableClock().
  */
 #ifndef ZON_TESTS_TIME_SUPPORT_H
 #define ZON_TESTS_TIME_SUPPORT_H
@@ -51,6 +53,21 @@ public:
 		ZonTimeUtil::_splitTimeStr(timeBuffer, ampmBuffer, &ampmFirst, sizeof(timeBuffer));
 		time = timeBuffer;
 		ampm = ampmBuffer;
+	}
+	static void splitTimeStr(char* time_str, char* ampm_str, bool* is_ampm_pre, int size)
+	{
+		ZonTimeUtil::_splitTimeStr(time_str, ampm_str, is_ampm_pre, size);
+	}
+	static double julDay(int year, int month, int day, int hour)
+	{
+		return ZonTimeUtil::_getJulDay(year, month, day, hour);
+	}
+	static double normalizedAngle(double angle) { return ZonTimeUtil::_getNormalizedAngle(angle); }
+	static double eclipticLongitudeOfSun(double d) { return ZonTimeUtil::_getEclipticLongitudeOfSun(d); }
+	static double hourAngle(double latitude, double declination, bool twilight)
+	{
+		return twilight ? ZonTimeUtil::_getHourAngleForTwilight(latitude, declination)
+						: ZonTimeUtil::_getHourAngle(latitude, declination);
 	}
 	// As when the library has just been loaded.
 	static void forgetPatternCaches()
@@ -168,10 +185,31 @@ template <typename Produce>
 
 enum class FrozenRun { InChild, ChildRan, Unavailable };
 
+// The clock of a child started with a movable clock is read from this file on every call.
+inline const char* movableClockFile() { return getenv("FAKETIME_TIMESTAMP_FILE"); }
+
+// In such a child: the clock stands still at `epoch` from now on.
+inline bool setMovableClock(time_t epoch)
+{
+	FILE* file = movableClockFile() ? fopen(movableClockFile(), "w") : nullptr;
+	if (!file)
+		return false;
+	fprintf(file, "%lld\n", static_cast<long long>(epoch));
+	return fclose(file) == 0;
+}
+
+// How the child's clock goes on from the instant it starts at.
+enum class ClockMode {
+	Ticking,
+	StandingStill,
+	Movable,   // standing still until setMovableClock() moves it (slower: read on every call)
+};
+
 // In the child the test body goes on with the clock started at `epoch`; in the parent the child
 // has already run the same test, and its exit status has been checked.
-inline FrozenRun runFrozen(time_t epoch)
+inline FrozenRun runFrozen(time_t epoch, ClockMode mode = ClockMode::Ticking)
 {
+	bool movable = mode == ClockMode::Movable;
 	if (getenv("ZON_FROZEN_CHILD"))
 		return FrozenRun::InChild;
 	const char* library = nullptr;
@@ -185,6 +223,13 @@ inline FrozenRun runFrozen(time_t epoch)
 
 	const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
 	std::string filter = std::string("--gtest_filter=") + info->test_suite_name() + "." + info->name();
+	char clockFile[] = "/tmp/zon-clock-XXXXXX";
+	if (movable) {
+		int fd = mkstemp(clockFile);
+		if (fd < 0)
+			return FrozenRun::Unavailable;
+		close(fd);
+	}
 	fflush(stdout);
 	fflush(stderr);
 	pid_t pid = fork();
@@ -196,7 +241,17 @@ inline FrozenRun runFrozen(time_t epoch)
 		setenv("ASAN_OPTIONS", ((asan ? std::string(asan) + ":" : "") + "verify_asan_link_order=0").c_str(), 1);
 		setenv("ZON_FROZEN_CHILD", "1", 1);
 		setenv("FAKETIME_FMT", "%s", 1);
-		setenv("FAKETIME", ("@" + std::to_string(static_cast<long long>(epoch))).c_str(), 1);
+		if (movable) {
+			setenv("FAKETIME_TIMESTAMP_FILE", clockFile, 1);
+			setenv("FAKETIME_NO_CACHE", "1", 1);
+			unsetenv("FAKETIME");
+			if (!setMovableClock(epoch))
+				_exit(126);
+		} else {
+			// Without the "@" libfaketime stops its clock there.
+			std::string start = std::to_string(static_cast<long long>(epoch));
+			setenv("FAKETIME", (mode == ClockMode::Ticking ? "@" + start : start).c_str(), 1);
+		}
 		setenv("DONT_FAKE_MONOTONIC", "1", 1);
 		execl("/proc/self/exe", "/proc/self/exe", filter.c_str(), static_cast<char*>(nullptr));
 		_exit(127);
@@ -205,14 +260,16 @@ inline FrozenRun runFrozen(time_t epoch)
 	EXPECT_EQ(pid, waitpid(pid, &status, 0));
 	EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
 		<< "the test failed under the frozen clock @" << epoch << " (status " << status << ")";
+	if (movable)
+		unlink(clockFile);
 	return FrozenRun::ChildRan;
 }
 
 }
 
-#define ZON_FROZEN_CLOCK(epoch) \
+#define ZON_FROZEN_CLOCK(...) \
 	do { \
-		zontest::FrozenRun run_ = zontest::runFrozen(epoch); \
+		zontest::FrozenRun run_ = zontest::runFrozen(__VA_ARGS__); \
 		if (run_ == zontest::FrozenRun::Unavailable) \
 			GTEST_SKIP() << "libfaketime is not installed (Debian package faketime)"; \
 		if (run_ == zontest::FrozenRun::ChildRan) \
