@@ -10,8 +10,8 @@
 
 #include <string>
 
-#include "TimeTestSupport.h"
 #include "ZonTimeUtil.h"
+#include "ZonTimeUtilTestPeer.h"
 
 class LiteralTimeUtil {
 public:

@@ -38,45 +38,11 @@
 
 #include "HostFixture.h"
 #include "ZonTimeUtil.h"
+#include "ZonTimeUtilTestPeer.h"
 
 // glibc caches translations per locale name, not per LANGUAGE; bumping this counter is the
 // documented way to make a change of LANGUAGE take effect.
 extern "C" int _nl_msg_cat_cntr;
-
-class ZonTimeUtilTestPeer {
-public:
-	static void splitTimeStr(const char* text, std::string& time, std::string& ampm, bool& ampmFirst)
-	{
-		char timeBuffer[256] = {0};
-		char ampmBuffer[256] = {0};
-		snprintf(timeBuffer, sizeof(timeBuffer), "%s", text);
-		ZonTimeUtil::_splitTimeStr(timeBuffer, ampmBuffer, &ampmFirst, sizeof(timeBuffer));
-		time = timeBuffer;
-		ampm = ampmBuffer;
-	}
-	static void splitTimeStr(char* time_str, char* ampm_str, bool* is_ampm_pre, int size)
-	{
-		ZonTimeUtil::_splitTimeStr(time_str, ampm_str, is_ampm_pre, size);
-	}
-	static double julDay(int year, int month, int day, int hour)
-	{
-		return ZonTimeUtil::_getJulDay(year, month, day, hour);
-	}
-	static double normalizedAngle(double angle) { return ZonTimeUtil::_getNormalizedAngle(angle); }
-	static double eclipticLongitudeOfSun(double d) { return ZonTimeUtil::_getEclipticLongitudeOfSun(d); }
-	static double hourAngle(double latitude, double declination, bool twilight)
-	{
-		return twilight ? ZonTimeUtil::_getHourAngleForTwilight(latitude, declination)
-						: ZonTimeUtil::_getHourAngle(latitude, declination);
-	}
-	// As when the library has just been loaded.
-	static void forgetPatternCaches()
-	{
-		ZonTimeUtil::_bestPatternForTime.clear();
-		ZonTimeUtil::_bestPatternForDate.clear();
-		ZonTimeUtil::_locale.clear();
-	}
-};
 
 namespace zontest {
 
