@@ -62,6 +62,14 @@ const time_t kInstant = 1768478400;   // 2026-01-15 12:00 UTC
 
 // ---- the floor: ICU objects made once ----
 
+// The library hands texts out in UTF-8.
+std::string utf8(const UChar* text, int32_t length, UErrorCode status)
+{
+	char out[64] = {0};
+	u_strToUTF8(out, 63, nullptr, text, length, &status);
+	return out;
+}
+
 class ReusedFormatter {
 public:
 	ReusedFormatter(const char* skeleton, const char* zone)
@@ -83,15 +91,11 @@ public:
 	ReusedFormatter& operator=(const ReusedFormatter&) = delete;
 
 	bool ok() const { return _ok; }
-	// Formats an instant into UTF-8, as the library hands texts out.
 	std::string at(UDate when) const
 	{
 		UErrorCode status = U_ZERO_ERROR;
 		UChar text[64];
-		int32_t length = udat_format(_format, when, text, 64, nullptr, &status);
-		char out[64] = {0};
-		u_strToUTF8(out, 63, nullptr, text, length, &status);
-		return out;
+		return utf8(text, udat_format(_format, when, text, 64, nullptr, &status), status);
 	}
 	std::string now() const { return at(ucal_getNow()); }
 
@@ -115,10 +119,7 @@ public:
 	{
 		UErrorCode status = U_ZERO_ERROR;
 		UChar text[20];
-		int32_t length = unum_format(_format, number, text, 20, nullptr, &status);
-		char out[20] = {0};
-		u_strToUTF8(out, 19, nullptr, text, length, &status);
-		return out;
+		return utf8(text, unum_format(_format, number, text, 20, nullptr, &status), status);
 	}
 
 private:
