@@ -14,8 +14,9 @@
 // Extra modes, given as the only argument:
 //   --first-refresh=library|literal   time one refresh in this new process and print nanoseconds
 //                                     (what "first refresh in a new process" spawns);
-//   --heap-refreshes=N                N refreshes, the region format moving through seven
-//                                     locales, for a heap profiler (heaptrack, massif).
+//   --heap-refreshes=N[:literal]      N refreshes (by the library, or the literal pipeline), the
+//                                     region format moving through seven locales, for a heap
+//                                     profiler (heaptrack, valgrind's massif).
 //
 // The device is a fresh temporary root in en_US, 12-hour. When built with ZON_LOCALE_DIR the
 // difference texts come from the English catalogue; otherwise they are the message ids.
@@ -349,12 +350,12 @@ void firstRefresh(benchmark::State& state, const char* which)
 
 // ---- peak heap ----
 
-int heapRefreshes(int count)
+int heapRefreshes(int count, bool literal)
 {
 	const char* const locales[] = {"en_US", "ko_KR", "ar_AE", "de_DE", "zh_CN", "ja_JP", "hi_IN"};
 	for (int i = 0; i < count; ++i) {
 		vconf_set_str(VCONFKEY_REGIONFORMAT, (std::string(locales[i % 7]) + ".UTF-8").c_str());
-		refreshOnce<ZonTimeUtil>();
+		literal ? refreshOnce<LiteralTimeUtil>() : refreshOnce<ZonTimeUtil>();
 	}
 	return 0;
 }
@@ -446,7 +447,7 @@ int main(int argc, char** argv)
 	if (firstRefreshMode)
 		return timeFirstRefresh(firstRefreshMode);
 	if (heapCount > 0)
-		return heapRefreshes(heapCount);
+		return heapRefreshes(heapCount, strstr(argv[1], ":literal") != nullptr);
 
 	benchmark::Initialize(&argc, argv);
 	if (benchmark::ReportUnrecognizedArguments(argc, argv))

@@ -8,6 +8,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include <unicode/datefmt.h>
+#include <unicode/timezone.h>
 #include <unicode/udatpg.h>
 #include <unicode/uloc.h>
 #include <unicode/ustring.h>
@@ -68,6 +70,7 @@ typedef std::unique_ptr<UDateTimePatternGenerator, Closer<UDateTimePatternGenera
 typedef std::unique_ptr<UDateFormat, Closer<UDateFormat, udat_close>> DateFormat;
 typedef std::unique_ptr<UNumberFormat, Closer<UNumberFormat, unum_close>> NumberFormat;
 typedef std::unique_ptr<UCalendar, Closer<UCalendar, ucal_close>> Calendar;
+typedef std::unique_ptr<icu::TimeZone> Zone;
 
 // Keys are the arguments' bytes, each behind its length, so that no two argument lists share one.
 void appendField(std::string& key, const void* data, size_t bytes)
@@ -100,6 +103,7 @@ struct State {
 	Lru<Generator> generators{ZonIcuCache::kMaxGenerators};
 	Lru<UText> patterns{ZonIcuCache::kMaxPatterns};
 	Lru<DateFormat> dateFormats{ZonIcuCache::kMaxDateFormats};
+	Lru<Zone> zones{ZonIcuCache::kMaxZones};
 	Lru<NumberFormat> numberFormats{ZonIcuCache::kMaxNumberFormats};
 	Lru<Calendar> calendars{ZonIcuCache::kMaxCalendars};
 
@@ -108,6 +112,7 @@ struct State {
 		generators.clear();
 		patterns.clear();
 		dateFormats.clear();
+		zones.clear();
 		numberFormats.clear();
 		calendars.clear();
 	}
@@ -192,22 +197,39 @@ bool ZonIcuCache::getBestPattern(const char* locale, const char* skeleton, UChar
 	return true;
 }
 
+// udat_open() makes the formatter for the locale and the pattern, then gives it the zone made
+// from the id; a formatter of the same locale and pattern given another zone is the same object.
+// So one formatter serves every zone, and the zones (small) are kept apart.
 UDateFormat* ZonIcuCache::getDateFormat(const char* locale, const UChar* pattern, const UChar* zone, UErrorCode* status)
 {
 	State& s = current();
-	std::string key;
-	appendText(key, locale);
-	appendText(key, pattern, u_strlen(pattern));
-	appendText(key, zone, u_strlen(zone));
-	if (DateFormat* found = s.dateFormats.find(key)) {
-		*status = U_ZERO_ERROR;
-		return found->get();
-	}
 	*status = U_ZERO_ERROR;
-	DateFormat format(udat_open(UDAT_PATTERN, UDAT_PATTERN, locale, zone, -1, pattern, -1, status));
-	if (U_FAILURE(*status) || !format)
-		return nullptr;
-	return s.dateFormats.insert(key, std::move(format))->get();
+	std::string formatKey;
+	appendText(formatKey, locale);
+	appendText(formatKey, pattern, u_strlen(pattern));
+	UDateFormat* format = nullptr;
+	if (DateFormat* found = s.dateFormats.find(formatKey)) {
+		format = found->get();
+	} else {
+		DateFormat made(udat_open(UDAT_PATTERN, UDAT_PATTERN, locale, nullptr, -1, pattern, -1, status));
+		if (U_FAILURE(*status) || !made)
+			return nullptr;
+		format = s.dateFormats.insert(formatKey, std::move(made))->get();
+	}
+
+	std::string zoneKey;
+	appendText(zoneKey, zone, u_strlen(zone));
+	Zone* kept = s.zones.find(zoneKey);
+	if (!kept) {
+		Zone made(icu::TimeZone::createTimeZone(icu::UnicodeString(true, zone, -1)));
+		if (!made) {
+			*status = U_MEMORY_ALLOCATION_ERROR;
+			return nullptr;
+		}
+		kept = s.zones.insert(zoneKey, std::move(made));
+	}
+	reinterpret_cast<icu::DateFormat*>(format)->setTimeZone(**kept);
+	return format;
 }
 
 UNumberFormat* ZonIcuCache::getDecimalFormat(const char* locale, UErrorCode* status)
@@ -251,6 +273,6 @@ void ZonIcuCache::clear()
 ZonIcuCache::Counts ZonIcuCache::counts()
 {
 	State& s = state();
-	return Counts{s.generators.size(), s.patterns.size(), s.dateFormats.size(), s.numberFormats.size(),
-		s.calendars.size()};
+	return Counts{s.generators.size(), s.patterns.size(), s.dateFormats.size(), s.zones.size(),
+		s.numberFormats.size(), s.calendars.size()};
 }

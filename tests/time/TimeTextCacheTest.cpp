@@ -144,15 +144,15 @@ protected:
 						  << "\"";
 	}
 
-	// Every text of every catalogue city (every kZoneStride-th), in each locale, 12 and 24 hours.
-	void compareCatalogue(const std::vector<const char*>& locales)
+	// Every text of every catalogue city (every stride-th), in each locale, 12 and 24 hours.
+	void compareCatalogue(const std::vector<const char*>& locales, int stride = kZoneStride)
 	{
 		for (const char* locale : locales) {
 			for (bool is24 : {false, true}) {
 				useLocale(locale, is24);
 				std::string context =
 					std::string(locale) + (is24 ? " 24h @" : " 12h @") + std::to_string(time(nullptr));
-				for (int i = 0; i < ZON_CITY_COUNT; i += kZoneStride) {
+				for (int i = 0; i < ZON_CITY_COUNT; i += stride) {
 					const Cityinfo& city = allCityList[i];
 					for (const Text& text : hourTexts())
 						compare(text, city.timezone_path, context);
@@ -175,6 +175,7 @@ protected:
 		EXPECT_LE(counts.generators, ZonIcuCache::kMaxGenerators);
 		EXPECT_LE(counts.patterns, ZonIcuCache::kMaxPatterns);
 		EXPECT_LE(counts.dateFormats, ZonIcuCache::kMaxDateFormats);
+		EXPECT_LE(counts.zones, ZonIcuCache::kMaxZones);
 		EXPECT_LE(counts.numberFormats, ZonIcuCache::kMaxNumberFormats);
 		EXPECT_LE(counts.calendars, ZonIcuCache::kMaxCalendars);
 	}
@@ -208,9 +209,10 @@ TEST_F(TimeTextCache, CatalogueHalfAnHourBeforeADaylightSavingChange)
 TEST_F(TimeTextCache, KeptObjectsFollowTheClockAcrossTheChange)
 {
 	ZON_FROZEN_CLOCK(kBeforeEuropeChange, ClockMode::Movable);
-	compareCatalogue({"de_DE"});
+	// A third of the catalogue (Europe's 51 zones spread through it) keeps this one cheap.
+	compareCatalogue({"de_DE"}, kZoneStride * 3);
 	ASSERT_TRUE(setMovableClock(kAfterEuropeChange));
-	compareCatalogue({"de_DE"});
+	compareCatalogue({"de_DE"}, kZoneStride * 3);
 	EXPECT_TRUE(ZonTimeUtil::isDstOn("Europe/Berlin"));
 }
 
