@@ -95,14 +95,25 @@ void appendText(std::string& key, const UChar* text, int32_t length)
 	appendField(key, text, static_cast<size_t>(length) * sizeof(UChar));
 }
 
+// A formatter and the zone it was last given (the zone's key), so that a formatter asked again for
+// the same zone is not given a copy of it again.
+struct KeptFormat {
+	DateFormat format;
+	std::string zoneKey;
+};
+
 struct State {
+	// Key buffers, reused so that a lookup allocates nothing.
+	std::string key;
+	std::string zoneKey;
+
 	// What every entry was made under; see the header.
 	std::string defaultLocale;
 	std::string zoneRulesVersion;
 
 	Lru<Generator> generators{ZonIcuCache::kMaxGenerators};
 	Lru<UText> patterns{ZonIcuCache::kMaxPatterns};
-	Lru<DateFormat> dateFormats{ZonIcuCache::kMaxDateFormats};
+	Lru<KeptFormat> dateFormats{ZonIcuCache::kMaxDateFormats};
 	Lru<Zone> zones{ZonIcuCache::kMaxZones};
 	Lru<NumberFormat> numberFormats{ZonIcuCache::kMaxNumberFormats};
 	Lru<Calendar> calendars{ZonIcuCache::kMaxCalendars};
@@ -148,7 +159,7 @@ State& current()
 
 UDateTimePatternGenerator* generatorFor(State& s, const char* locale, UErrorCode* status)
 {
-	std::string key;
+	std::string key;   // s.key holds the pattern's key meanwhile
 	appendText(key, locale);
 	if (Generator* found = s.generators.find(key))
 		return found->get();
@@ -170,7 +181,8 @@ bool ZonIcuCache::getBestPattern(const char* locale, const char* skeleton, UChar
 	*status = U_ZERO_ERROR;
 	State& s = current();
 
-	std::string key;
+	std::string& key = s.key;
+	key.clear();
 	appendText(key, locale);
 	appendText(key, skeleton);
 	const UText* best = s.patterns.find(key);
@@ -204,38 +216,42 @@ UDateFormat* ZonIcuCache::getDateFormat(const char* locale, const UChar* pattern
 {
 	State& s = current();
 	*status = U_ZERO_ERROR;
-	std::string formatKey;
+	std::string& formatKey = s.key;
+	formatKey.clear();
 	appendText(formatKey, locale);
 	appendText(formatKey, pattern, u_strlen(pattern));
-	UDateFormat* format = nullptr;
-	if (DateFormat* found = s.dateFormats.find(formatKey)) {
-		format = found->get();
-	} else {
+	KeptFormat* kept = s.dateFormats.find(formatKey);
+	if (!kept) {
 		DateFormat made(udat_open(UDAT_PATTERN, UDAT_PATTERN, locale, nullptr, -1, pattern, -1, status));
 		if (U_FAILURE(*status) || !made)
 			return nullptr;
-		format = s.dateFormats.insert(formatKey, std::move(made))->get();
+		kept = s.dateFormats.insert(formatKey, KeptFormat{std::move(made), std::string()});
 	}
 
-	std::string zoneKey;
+	std::string& zoneKey = s.zoneKey;
+	zoneKey.clear();
 	appendText(zoneKey, zone, u_strlen(zone));
-	Zone* kept = s.zones.find(zoneKey);
-	if (!kept) {
+	if (kept->zoneKey == zoneKey)
+		return kept->format.get();
+	Zone* keptZone = s.zones.find(zoneKey);
+	if (!keptZone) {
 		Zone made(icu::TimeZone::createTimeZone(icu::UnicodeString(true, zone, -1)));
 		if (!made) {
 			*status = U_MEMORY_ALLOCATION_ERROR;
 			return nullptr;
 		}
-		kept = s.zones.insert(zoneKey, std::move(made));
+		keptZone = s.zones.insert(zoneKey, std::move(made));
 	}
-	reinterpret_cast<icu::DateFormat*>(format)->setTimeZone(**kept);
-	return format;
+	reinterpret_cast<icu::DateFormat*>(kept->format.get())->setTimeZone(**keptZone);
+	kept->zoneKey = zoneKey;
+	return kept->format.get();
 }
 
 UNumberFormat* ZonIcuCache::getDecimalFormat(const char* locale, UErrorCode* status)
 {
 	State& s = current();
-	std::string key;
+	std::string& key = s.key;
+	key.clear();
 	appendText(key, locale);
 	if (NumberFormat* found = s.numberFormats.find(key)) {
 		*status = U_ZERO_ERROR;
@@ -251,7 +267,8 @@ UNumberFormat* ZonIcuCache::getDecimalFormat(const char* locale, UErrorCode* sta
 UCalendar* ZonIcuCache::getCalendar(const UChar* zone, int32_t zoneLength, const char* locale, UErrorCode* status)
 {
 	State& s = current();
-	std::string key;
+	std::string& key = s.key;
+	key.clear();
 	appendText(key, zone, zoneLength);
 	appendText(key, locale);
 	*status = U_ZERO_ERROR;

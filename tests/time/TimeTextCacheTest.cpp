@@ -209,7 +209,7 @@ TEST_F(TimeTextCache, CatalogueHalfAnHourBeforeADaylightSavingChange)
 TEST_F(TimeTextCache, KeptObjectsFollowTheClockAcrossTheChange)
 {
 	ZON_FROZEN_CLOCK(kBeforeEuropeChange, ClockMode::Movable);
-	// A third of the catalogue (Europe's 51 zones spread through it) keeps this one cheap.
+	// Every third catalogue city keeps this one cheap; Europe's zones are spread through it.
 	compareCatalogue({"de_DE"}, kZoneStride * 3);
 	ASSERT_TRUE(setMovableClock(kAfterEuropeChange));
 	compareCatalogue({"de_DE"}, kZoneStride * 3);
