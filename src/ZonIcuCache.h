@@ -46,7 +46,7 @@ class ZonIcuCache {
 public:
 	static constexpr size_t kMaxGenerators = 2;
 	static constexpr size_t kMaxPatterns = 64;
-	static constexpr size_t kMaxDateFormats = 8;
+	static constexpr size_t kMaxDateFormats = 6;
 	static constexpr size_t kMaxZones = 64;
 	static constexpr size_t kMaxNumberFormats = 2;
 	static constexpr size_t kMaxCalendars = 8;
