@@ -14,7 +14,8 @@
  *   - ICU falls back to the default locale when it has no data for a requested one, and it reads
  *     the zone rules (whose version it reports) once; so all entries belong to one default
  *     locale and one zone-rules version, and everything is dropped when either differs from what
- *     it was when the entries were made. That check runs on every call.
+ *     it was when the entries were made. That check runs on every call. Rules read anew need
+ *     u_cleanup(), after which no ICU object may be used: whoever calls it calls clear() first.
  *   - The default time zone does not reach any object kept here: formatters and calendars are
  *     only kept for an explicit zone id. A formatter for ICU's default zone is not offered.
  *   - Failures are never kept: a call that cannot make an object fails again the next time, with
