@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonTextDomain
  * ZonTextDomain.h - binds the library's text domain "zonvista" to its installed catalogues.
  *
  * The library looks its texts up with dgettext("zonvista", id); until the domain is bound to
@@ -12,8 +13,8 @@
  *
  * The directory is found from where libzon-common itself was loaded from (so an installation
  * moved by `cmake --install --prefix` still finds its catalogues): the build tree's catalogues
- * when the library runs from its build tree, else <prefix>/share/locale beside the library's
- * <prefix>/lib, else the directory configured at build time.
+ * when the library runs from its build tree, else PREFIX/share/locale beside the library's
+ * PREFIX/lib, else the directory configured at build time.
  *
  * A class of static functions without state. Main-loop thread only (like the rest of the
  * library: bindtextdomain() itself is thread-safe, but the lookups it affects are not ordered
@@ -35,7 +36,7 @@ public:
 	static bool bind();
 
 	/// The first existing directory of the search order above (the one holding
-	/// <language>/LC_MESSAGES/zonvista.mo); empty when none exists.
+	/// LANG/LC_MESSAGES/zonvista.mo for each language LANG); empty when none exists.
 	static std::string getLocaleDir();
 };
 
