@@ -3,6 +3,7 @@
 #include "ZonTextDomain.h"
 
 #include <dlfcn.h>
+#include <stdlib.h>
 #include <libintl.h>
 
 #include <glib.h>
@@ -43,6 +44,15 @@ bool isDir(const std::string& path)
 	return !path.empty() && g_file_test(path.c_str(), G_FILE_TEST_IS_DIR);
 }
 
+// "lib/../share/locale" as the plain path it names.
+std::string canonical(const std::string& path)
+{
+	char* real = realpath(path.c_str(), nullptr);
+	std::string result = real ? real : path;
+	free(real);
+	return result;
+}
+
 } // namespace
 
 std::string ZonTextDomain::getLocaleDir()
@@ -55,7 +65,7 @@ std::string ZonTextDomain::getLocaleDir()
 		return ZON_BUILD_LOCALE_DIR;
 #endif
 	if (!lib.empty() && isDir(lib + "/" + ZON_LOCALE_DIR_FROM_LIB))
-		return lib + "/" + ZON_LOCALE_DIR_FROM_LIB;
+		return canonical(lib + "/" + ZON_LOCALE_DIR_FROM_LIB);
 	if (isDir(ZON_INSTALL_LOCALE_DIR))
 		return ZON_INSTALL_LOCALE_DIR;
 	return std::string();
