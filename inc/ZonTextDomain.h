@@ -7,9 +7,11 @@
  * calls bind() once at start, after setlocale(), and gets translated texts without knowing
  * where the library was installed:
  *
+ * @code
  *   setlocale(LC_ALL, "");
  *   ZonTextDomain::bind();
- *   std::string text = ZonTimeUtil::getTimeDiffText(...);  // "3시간 빠름" under LANGUAGE=ko
+ *   std::string text = ZonTimeUtil::getTimeDiff("Asia/Seoul");  // "9시간 빠름" (ko, UTC device)
+ * @endcode
  *
  * The directory is found from where libzon-common itself was loaded from (so an installation
  * moved by `cmake --install --prefix` still finds its catalogues): the build tree's catalogues
