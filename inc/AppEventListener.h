@@ -1,4 +1,5 @@
-/*
+/**
+ * @class AppEventListener
  * AppEventListener.h - a base class that receives the application events of AppEventManager.
  *
  * Derive from it and override onEvent(): the object is registered with the hub from the end of
@@ -13,6 +14,7 @@
  * Threading: main-loop thread only, like the hub.
  *
  * Example:
+ * @code
  *   class CityListView : public AppEventListener {
  *   public:
  *       void onEvent(AppEventManager::EventType event) override
@@ -21,6 +23,7 @@
  *               _refreshTimes();
  *       }
  *   };
+ * @endcode
  */
 #ifndef APP_EVENT_LISTENER_H
 #define APP_EVENT_LISTENER_H
@@ -29,11 +32,16 @@
 
 class AppEventListener {
 public:
+	/// Registers the object with AppEventManager.
 	AppEventListener();
+	/// Registers the new object on its own; `other` keeps its registration.
 	AppEventListener(const AppEventListener& other);
+	/// Leaves both objects registered as they were.
 	AppEventListener& operator=(const AppEventListener& other);
+	/// Unregisters the object.
 	virtual ~AppEventListener();
 
+	/// Called for every event propagated while the object is registered. The default does nothing.
 	virtual void onEvent(AppEventManager::EventType event);
 
 private:

@@ -1,4 +1,5 @@
-/*
+/**
+ * @class AppEventManager
  * AppEventManager.h - the process-wide hub for application events.
  *
  * The application's lifecycle and system-event handlers call propagateEvent(); every object that
@@ -18,6 +19,7 @@
  * copied in. Main-loop thread only, no locking.
  *
  * Example:
+ * @code
  *   WSignal_ListenerId id = AppEventManager::getInstance()->addListener(
  *       [this](AppEventManager::EventType event) {
  *           if (event == AppEventManager::LANGUAGE_CHANGED)
@@ -27,6 +29,7 @@
  *   AppEventManager::getInstance()->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
  *   ...
  *   AppEventManager::getInstance()->removeListener(id);
+ * @endcode
  */
 #ifndef APP_EVENT_MANAGER_H
 #define APP_EVENT_MANAGER_H
@@ -37,6 +40,7 @@
 
 class AppEventManager {
 public:
+	/// The events, in the order of their values 0..7.
 	enum EventType {
 		FONT_CHANGED = 0,
 		COLOR_CHANGED,
@@ -48,10 +52,15 @@ public:
 		WEATHER_PACKAGE_STATE_CHANGED,
 	};
 
+	/// The hub, created on the first call; never null.
 	static AppEventManager* getInstance();
 
+	/// Adds `cb` (copied) after the listeners already there.
+	/// @return the id that removes it; never 0.
 	WSignal_ListenerId addListener(const std::function<void(AppEventManager::EventType)>& cb);
+	/// Removes the listener `id`; an unknown id only logs, 0 does nothing.
 	void removeListener(WSignal_ListenerId id);
+	/// Calls every listener with `event`, synchronously, in the order they were added.
 	void propagateEvent(AppEventManager::EventType event);
 
 	virtual ~AppEventManager();

@@ -1,4 +1,5 @@
-/*
+/**
+ * @class BackupModel
  * BackupModel.h - one cloud backup session, answered for the application.
  *
  * The device's cloud backup service launches the application with a backup request. The
@@ -6,12 +7,14 @@
  * registers its callbacks with the cloud interface (korvath_cloud_*), replies to the request
  * (succeeded, or failed when a registration failed) and then serves the service in order:
  *
+ * @verbatim
  *   preparation     -> always ready;
  *   keys and dates  -> records 0 .. size-1, key getKeyStr(i), date = now in milliseconds since
  *                      the epoch ("%llu"), each record with its own clock reading;
  *   records         -> the i-th record handed back gets getJsonStr(i); the list is written to
- *                      <shared trusted dir>backup.dat and that path is sent to the service;
+ *                      backup.dat in the shared trusted directory and that path is sent to the service;
  *   completion      -> the callback of setOnBackupCompleted(), with the result and the model.
+ * @endverbatim
  *
  * With isGetInfo the model answers only the keys-and-dates enquiry: no record callback is
  * registered.
@@ -31,6 +34,7 @@
  * thread only. Log tag "BackupModel".
  *
  * Example:
+ * @code
  *   class CityBackup : public BackupModel {
  *   public:
  *       CityBackup(app_control_h request, std::vector<std::string> values)
@@ -45,6 +49,7 @@
  *   model->setOnBackupCompleted([](bool ok, void* m) { delete static_cast<BackupModel*>(m); });
  *   if (!model->run())
  *       delete model;
+ * @endcode
  */
 #ifndef BACKUP_MODEL_H
 #define BACKUP_MODEL_H
@@ -59,22 +64,29 @@
 
 class BackupModel {
 public:
+	/// `request`: the backup request the application was launched with (lent until run() returns);
+	/// `size`: the number of records; `isGetInfo`: answer only the keys-and-dates enquiry.
 	BackupModel(app_control_h request, size_t size, bool isGetInfo);
 	virtual ~BackupModel();
 
 	BackupModel(const BackupModel&) = delete;
 	BackupModel& operator=(const BackupModel&) = delete;
 
+	/// The key of record `index` (0 .. size-1).
 	virtual std::string getKeyStr(int index) = 0;
+	/// The value of record `index`, the text a RestoreModel later reads back.
 	virtual std::string getJsonStr(int index) = 0;
 
-	// The second argument of the callback is the model.
+	/// The second argument of the callback is the model.
 	void setOnBackupCompleted(std::function<void(bool, void*)> cb);
+	/// Registers with the cloud interface and replies to the request.
+	/// @return false (after a failed reply) when a registration failed.
 	bool run();
 
 protected:
-	// Removes the backup file; the library never does, the application decides when.
+	/// Removes the backup file; the library never does, the application decides when.
 	void _removeFile();
+	/// The wall clock in milliseconds since the epoch, the date every backed-up record gets.
 	unsigned long long _getCurrentDeviceMilliSecTime();
 
 private:

@@ -1,4 +1,5 @@
-/*
+/**
+ * @class KorvathLogManager
  * KorvathLogManager.h - reports of feature use and application status to the device's
  * usage-survey log service.
  *
@@ -14,11 +15,13 @@
  * thread only.
  *
  * Example:
+ * @code
  *   KorvathLogManager* log = KorvathLogManager::getInstance();
  *   log->initialize();
  *   log->insertLog("korvath.zonvista", "ZV01", nullptr, nullptr, false);     // feature used
  *   log->insertLog("korvath.zonvista", "ZV50", nullptr, "3", true);          // status: 3 cities
  *   log->finalize();
+ * @endcode
  */
 #ifndef KORVATH_LOG_MANAGER_CLASS_H
 #define KORVATH_LOG_MANAGER_CLASS_H
@@ -27,10 +30,15 @@
 
 class KorvathLogManager {
 public:
+	/// The manager, created on the first call; never null.
 	static KorvathLogManager* getInstance();
 
+	/// Connects to the survey service; a second call without finalize() aborts.
 	void initialize();
+	/// Disconnects; later reports are dropped until initialize().
 	void finalize();
+	/// Reports a feature use, or with `isStatus` an application status. `appId` and `feature` are
+	/// required (abort when null); `extra` and `value` may be null. Failures are logged only.
 	void insertLog(const char* appId, const char* feature, const char* extra, const char* value,
 		bool isStatus);
 

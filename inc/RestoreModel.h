@@ -1,4 +1,5 @@
-/*
+/**
+ * @class RestoreModel
  * RestoreModel.h - one cloud restore session, answered for the application.
  *
  * The device's cloud backup service launches the application with a restore request. The
@@ -6,8 +7,9 @@
  * registers its callbacks with the cloud interface (korvath_cloud_*), replies to the request
  * (succeeded, or failed when a registration failed) and then serves the service in order:
  *
+ * @verbatim
  *   preparation       -> always ready;
- *   restoration path  -> <shared trusted dir>restore.dat, where the service puts the record
+ *   restoration path  -> restore.dat in the shared trusted directory, where the service puts the record
  *                        file it restores;
  *   restoration(path) -> every record of that file, in file order, goes to
  *                        getKeyStrFromJsonStr(position, value); the record is given the key it
@@ -15,6 +17,7 @@
  *                        date, and the list goes back to the service. A file without records
  *                        is answered with no list and false, and the subclass hears nothing.
  *   completion        -> the callback of setOnRestoreCompleted(), with the result and the model.
+ * @endverbatim
  *
  * getKeyStrFromJsonStr() is where the subclass reads each value (the text its BackupModel wrote
  * with getJsonStr()) and keeps what it holds. The value may be null when a record could not be
@@ -32,6 +35,7 @@
  * "RestoreModel".
  *
  * Example:
+ * @code
  *   class CityRestore : public RestoreModel {
  *   public:
  *       using RestoreModel::RestoreModel;
@@ -47,6 +51,7 @@
  *   model->setOnRestoreCompleted([](bool ok, void* m) { ...; delete static_cast<CityRestore*>(m); });
  *   if (!model->run())
  *       delete model;
+ * @endcode
  */
 #ifndef RESTORE_MODEL_H
 #define RESTORE_MODEL_H
@@ -59,22 +64,25 @@
 
 class RestoreModel {
 public:
+	/// `request`: the restore request the application was launched with (lent until run() returns).
 	explicit RestoreModel(app_control_h request);
 	virtual ~RestoreModel();
 
 	RestoreModel(const RestoreModel&) = delete;
 	RestoreModel& operator=(const RestoreModel&) = delete;
 
-	// index: the record's position in the restored file; jsonStr: its value, null if unreadable.
-	// Returns the key the record is handed back with.
+	/// index: the record's position in the restored file; jsonStr: its value, null if unreadable.
+	/// Returns the key the record is handed back with.
 	virtual std::string getKeyStrFromJsonStr(int index, const char* jsonStr) = 0;
 
-	// The second argument of the callback is the model.
+	/// The second argument of the callback is the model.
 	void setOnRestoreCompleted(const std::function<void(bool, void*)>& cb);
+	/// Registers with the cloud interface and replies to the request.
+	/// @return false (after a failed reply) when a registration failed.
 	bool run();
 
 protected:
-	// Removes the restore file; the library never does, the application decides when.
+	/// Removes the restore file; the library never does, the application decides when.
 	void _removeFile();
 
 private:

@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ToastPopup
  * ToastPopup.h - a short notice at the bottom of the round screen that goes away by itself.
  *
  * create() shows a toast with a text. It hides after 2 seconds, or 10 with the screen reader
@@ -22,9 +23,11 @@
  * Threading: main-loop thread only.
  *
  * Example:
+ * @code
  *   ToastPopup* toast = new ToastPopup();
  *   toast->setDismissedNotiCb([this]() { _toast = nullptr; });
  *   toast->create(_naviframe, dgettext("zonvista", "WDS_ZON_TPOP_DELETED"), true, false);
+ * @endcode
  */
 #ifndef TOAST_POPUP_H
 #define TOAST_POPUP_H
@@ -37,21 +40,28 @@
 
 class ToastPopup {
 public:
+	/// Shows nothing yet; create with new, the toast deletes itself (see above).
 	ToastPopup();
 	virtual ~ToastPopup();
 
-	// Style "toast/circle/check" with isCheck (whatever isSmall says), else "toast/small/circle"
-	// with isSmall, else "toast/circle". `second` is not shown.
+	///@{
+	/// Shows the toast over `parent` and returns its popup (null when it could not be made).
+	/// Style "toast/circle/check" with isCheck (whatever isSmall says), else "toast/small/circle"
+	/// with isSmall, else "toast/circle". `second` is not shown.
 	Evas_Object* create(Evas_Object* parent, std::string text, bool isCheck, bool isSmall);
 	Evas_Object* create(Evas_Object* parent, std::string text, std::string second, bool isCheck, bool isSmall);
-	// Null when the widget could not be made.
+	///@}
+	/// Null when the widget could not be made.
 	Evas_Object* createShowWeatherUpdatingPopup(Evas_Object* parent);
 
+	/// Called when the dismissal animation has ended, just before the toast deletes itself.
 	void setDismissedNotiCb(const std::function<void()>& cb);
+	/// Called when hiding starts; never for the updating notice.
 	void setHideNotiCb(const std::function<void()>& cb);
+	/// Called when the updating notice's show animation has ended.
 	void setPopupShowFinishedNotiCb(const std::function<void()>& cb);
 
-	// Ends the updating notice: deletes its widget and this object.
+	/// Ends the updating notice: deletes its widget and this object.
 	void weatherUpdatingPopupDismissed();
 
 private:

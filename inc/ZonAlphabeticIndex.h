@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonAlphabeticIndex
  * ZonAlphabeticIndex.h - index buckets (A, B, C... or the script's own letters) of city names.
  *
  * An instance is built for the region format of the moment (ZonTimeUtil::getLocale(): the first
@@ -18,10 +19,12 @@
  * Ownership and threading: the instance owns its ICU index; not copyable. Main-loop thread only.
  *
  * Example:
+ * @code
  *   ZonAlphabeticIndex index;
  *   std::string label = index.getBucket("Seoul", "WDS_ZON_MBODY_SEOUL_M_CITY");  // "S" for en_US
  *   if (label != "nullptr")
  *       addToSection(label, city);
+ * @endcode
  */
 #ifndef ZON_ALPHABETIC_INDEX_H
 #define ZON_ALPHABETIC_INDEX_H
@@ -29,23 +32,26 @@
 #include <string>
 #include <vector>
 
-// The platform's handle of an alphabetic index.
+/// The platform's handle of an alphabetic index.
 typedef void* i18n_alpha_idx_h;
 
 class ZonAlphabeticIndex {
 public:
+	/// Builds the ICU index for the region format of the moment; a failure is logged and leaves
+	/// an index that answers -1.
 	ZonAlphabeticIndex();
 	virtual ~ZonAlphabeticIndex();
 
-	// 0-based position of the name's label among the stored labels, or -1 (null name, no
-	// index, or ICU's underflow bucket). citynameString is the city's message id, may be null.
+	/// 0-based position of the name's label among the stored labels, or -1 (null name, no
+	/// index, or ICU's underflow bucket). citynameString is the city's message id, may be null.
 	int getBucketIndex(const char* citynameTranslated, const char* citynameString);
-	// The label, or the text "nullptr" when the name has none.
+	/// The label, or the text "nullptr" when the name has none.
 	std::string getBucket(const char* citynameTranslated, const char* citynameString);
+	/// getBucket() without a message id.
 	std::string getBucket(const char* citynameTranslated);
 
 private:
-	// A copy builds its own ICU index for the region format of the moment.
+	/// A copy builds its own ICU index for the region format of the moment.
 	ZonAlphabeticIndex(const ZonAlphabeticIndex&);
 	ZonAlphabeticIndex& operator=(const ZonAlphabeticIndex&) = delete;
 

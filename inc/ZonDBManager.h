@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonDBManager
  * ZonDBManager.h - the user's city lists and their cached weather.
  *
  * One SQLite file, "zonvista.db" in the application's data directory, table "added_city2".
@@ -18,12 +19,14 @@
  * finalize() closes the file without deleting the object. Main-loop thread only, no locking.
  *
  * Example:
+ * @code
  *   ZonDBManager* db = ZonDBManager::getInstance();
  *   db->initialize();
  *   db->insert(299, "Tokyo", false);
  *   for (const Cityinfo& city : db->getAllCityList(false))
  *       printf("%d %s %s\n", city.dbId, city.cityname_eng, city.timezone_path);
  *   db->finalize();
+ * @endcode
  */
 #ifndef ZON_DB_MANAGER_H
 #define ZON_DB_MANAGER_H
@@ -38,44 +41,58 @@ struct sqlite3_stmt;
 
 class ZonDBManager {
 public:
+	/// The manager, created on the first call; never null. The database opens with initialize().
 	static ZonDBManager* getInstance();
 
-	// Opens (creating or migrating) the database and applies the once-per-boot retail reset.
+	/// Opens (creating or migrating) the database and applies the once-per-boot retail reset.
 	void initialize();
-	// Closes the database; the object stays usable and initialize() may be called again.
+	/// Closes the database; the object stays usable and initialize() may be called again.
 	void finalize();
 
+	/// Adds the catalogue city `cityId` (with its English name) at the end of a list and announces
+	/// the change; the std::string form adds to the main list.
+	///@{
 	void insert(int cityId, const char* englishName, bool isExternal);
 	void insert(int cityId, std::string englishName, bool isExternal);
-	// The last two flags are accepted for compatibility and not used.
+	///@}
+	/// Removes the city's row from a list (the std::string form: from the main list), without
+	/// announcing it. The last two flags are accepted for compatibility and not used.
+	///@{
 	void remove(int cityId, const char* englishName, bool isExternal, bool, bool);
 	void remove(int cityId, std::string englishName);
-	// Replaces a city by another in place (the row keeps its position) and clears its weather.
+	///@}
+	/// Replaces a city by another in place (the row keeps its position), clears its weather and
+	/// announces the change; the std::string form acts on the main list.
+	///@{
 	void update(int cityId, int newCityId, const char* newEnglishName, bool isExternal);
 	void update(int cityId, int newCityId, std::string newEnglishName);
+	///@}
 
-	// The list in the order cities were added. The reference is to an internal buffer that the
-	// next getAllCityList() or isExist() call refills.
+	/// The list in the order cities were added. The reference is to an internal buffer that the
+	/// next getAllCityList() or isExist() call refills.
 	const std::vector<Cityinfo>& getAllCityList(bool isExternal);
 
-	// Whether the catalogue city with the same cityname_string and timezone is in the list.
+	/// Whether the catalogue city with the same cityname_string and timezone is in the list.
+	///@{
 	bool isExist(const Cityinfo* city, bool isExternal);
 	bool isExist(const char* cityString, const char* countryString, const char* timezone,
 		const char* timezonePath, bool isExternal);
+	///@}
 
-	// The weather cache. getWeatherInfo() returns false only when the database is closed, and
-	// then leaves the out-values untouched; a city with no row reads as all zeros.
+	/// The weather cache. getWeatherInfo() returns false only when the database is closed, and
+	/// then leaves the out-values untouched; a city with no row reads as all zeros.
 	bool getWeatherInfo(int cityId, int& weatherType, int& temperature, bool& isCentigrade,
 		int& lastUpdateTime, bool isExternal);
-	// Updates the city's rows in both lists: weather is shared by the lists.
+	/// Updates the city's rows in both lists: weather is shared by the lists.
 	void updateWeatherInfo(int cityId, int weatherType, int temperature, bool isCentigrade,
 		int lastUpdateTime);
 
-	// On a retail (demonstration) device, empties the table and inserts the predefined cities.
+	/// On a retail (demonstration) device, empties the table and inserts the predefined cities.
 	void setLDUMode();
-	// Announces a change to the other processes.
+	/// Announces a change to the other processes.
 	void setPreferenceAfterDbChange();
 
+	/// Never called by the library: the singleton lives until the process ends.
 	virtual ~ZonDBManager();
 
 private:
@@ -89,7 +106,7 @@ private:
 	void _notifyDBChanged();
 	void _insertPredefinedCities();
 	bool _extractDataFromStms(sqlite3_stmt* stmt, Cityinfo& city);
-	// Prepares, steps once when the prepare succeeded, finalizes; false when the prepare failed.
+	/// Prepares, steps once when the prepare succeeded, finalizes; false when the prepare failed.
 	bool _runStatement(const char* query);
 
 	std::vector<Cityinfo> _citylist;

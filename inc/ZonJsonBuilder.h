@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonJsonBuilder
  * ZonJsonBuilder.h - composes a flat JSON object and writes it as compact text.
  *
  * A builder starts with an empty object under its own root node; the adders put members into it
@@ -15,11 +16,13 @@
  * One thread (the main loop's), like every JSON-GLib object.
  *
  * Example:
+ * @code
  *   ZonJsonBuilder builder;
  *   builder.addStringMember("key", "city_1");
  *   builder.addBooleanMember("external", false);
  *   std::string text;
  *   builder.getJsonMessage(text);          // {"key":"city_1","external":false}
+ * @endcode
  */
 #ifndef ZON_JSON_BUILDER_H
 #define ZON_JSON_BUILDER_H
@@ -32,16 +35,23 @@
 
 class ZonJsonBuilder {
 public:
+	/// Starts with an empty object.
 	ZonJsonBuilder();
+	/// Shares `other`'s object: members added through either are written by both.
 	ZonJsonBuilder(const ZonJsonBuilder& other);
+	/// Shares `other`'s object from now on.
 	ZonJsonBuilder& operator=(const ZonJsonBuilder& other);
 	virtual ~ZonJsonBuilder();
 
+	/// Adds the member `name`, replacing one of that name.
+	///@{
 	void addStringMember(const std::string& name, const std::string& value);
 	void addBooleanMember(const std::string& name, bool value);
 	void addIntegerMember(const std::string& name, int value);
 	void addUnsignedLongLongMember(const std::string& name, unsigned long long value);
+	///@}
 
+	/// The object as compact text, "{}" without members.
 	void getJsonMessage(std::string& message);
 
 private:

@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonMapGmtInfoManager
  * ZonMapGmtInfoManager.h - the 29 GMT bands of the world-map screen.
  *
  * Each band has a short title ("-11", "0", "+5.75"), the x coordinate of its left edge on the
@@ -22,12 +23,14 @@
  * Ownership and threading: a process-wide singleton, never deleted. Main-loop thread only.
  *
  * Example:
+ * @code
  *   ZonMapGmtInfoManager* map = ZonMapGmtInfoManager::getInstance();
  *   map->setGmtIndex(city.timezone);                  // "GMT+5:30"
  *   int x = map->getStartPosX();                      // 541
  *   map->increaseIndex();
  *   std::string id = map->getFormattedGmtOfCityinfo(map->getGmtOfCityinfo());
  *   // "WDS_ZON_HEADER_GMTPLUS05_C45_ABB"
+ * @endcode
  */
 #ifndef ZON_MAP_GMT_INFO_MANAGER_H
 #define ZON_MAP_GMT_INFO_MANAGER_H
@@ -38,37 +41,45 @@
 
 class ZonMapGmtInfoManager {
 public:
+	/// One band of the map.
 	struct GmtInfo {
+		/// Fills the four fields.
 		GmtInfo(std::string titleGmt, int startPosX, std::string gmtOfCityinfo, std::string imgPath);
 
-		std::string titleGmt;      // short title on the map, "-11", "+5.75"
-		int startPosX;             // left edge of the band, in map pixels
-		std::string gmtOfCityinfo; // the catalogue's GMT text, "GMT+5:45"
-		std::string imgPath;       // full path of the highlight image
+		std::string titleGmt;      ///< short title on the map, "-11", "+5.75"
+		int startPosX;             ///< left edge of the band, in map pixels
+		std::string gmtOfCityinfo; ///< the catalogue's GMT text, "GMT+5:45"
+		std::string imgPath;       ///< full path of the highlight image
 	};
 
+	/// The manager, created on the first call with the device's own band current; never null.
 	static ZonMapGmtInfoManager* getInstance();
 
+	/// The number of bands, 29.
 	int size();
 
-	// Fields of the current band.
+	/// Fields of the current band.
+	///@{
 	std::string getTitleGmt();
 	int getStartPosX();
 	std::string getGmtOfCityinfo();
 	std::string getImgPath();
+	///@}
 
-	// Next and previous band, wrapping around at either end.
+	/// Next and previous band, wrapping around at either end.
+	///@{
 	void increaseIndex();
 	void decreaseIndex();
+	///@}
 
-	// Selects the band for a scroll position and returns its left edge.
+	/// Selects the band for a scroll position and returns its left edge.
 	int getDetailedPosX(int posX);
-	// The same selection, without answer and without a log line (called on every scroll step).
+	/// The same selection, without answer and without a log line (called on every scroll step).
 	void updateIndexOnScroll(int posX);
-	// Selects the band of a catalogue GMT text.
+	/// Selects the band of a catalogue GMT text.
 	void setGmtIndex(const std::string& gmt);
 
-	// String id of the header label for a GMT text; empty when there is none.
+	/// String id of the header label for a GMT text; empty when there is none.
 	std::string getFormattedGmtOfCityinfo(std::string gmt);
 
 	virtual ~ZonMapGmtInfoManager();

@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonRotaryManager
  * ZonRotaryManager.h - routes the bezel (rotary) events of the whole application to one screen
  * at a time.
  *
@@ -15,10 +16,12 @@
  * Threading: main-loop thread only.
  *
  * Example:
+ * @code
  *   ZonRotaryManager::getInstance()->initialize(conformant);
  *   ZonRotaryManager::getInstance()->setOnRotary(genlist, [this](Eext_Rotary_Event_Direction direction) {
  *       _scroll(direction == EEXT_ROTARY_DIRECTION_CLOCKWISE ? 1 : -1);
  *   });
+ * @endcode
  */
 #ifndef ZON_ROTARY_MANAGER_H
 #define ZON_ROTARY_MANAGER_H
@@ -30,17 +33,25 @@
 
 class ZonRotaryManager {
 public:
+	/// The manager, created on the first call; never null.
 	static ZonRotaryManager* getInstance();
 
+	/// Makes the circle surface of `conformant` and empties the stack.
 	void initialize(Evas_Object* conformant);
+	/// The surface made by initialize(); null before.
 	Eext_Circle_Surface* getCircleSurface();
 
+	/// Pushes `obj` with its handler: it becomes the active object and gets every rotary event
+	/// until another is pushed or it is deleted.
 	void setOnRotary(Evas_Object* obj, const std::function<void(Eext_Rotary_Event_Direction)>& handler);
-	// Turn rotary events of the active object on or off (a screen being paused and resumed).
+	/// Turn rotary events of the active object on or off (a screen being paused and resumed).
+	///@{
 	void active();
 	void inactive();
-	// Empties the stack; the objects keep their rotary callbacks.
+	///@}
+	/// Empties the stack; the objects keep their rotary callbacks.
 	void reset();
+	/// Empties the stack and stops watching deletions for good.
 	void finalize();
 
 	virtual ~ZonRotaryManager();

@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonStrUtil
  * ZonStrUtil.h - number and case conversion for display texts.
  *
  * convertNumberToString() writes an integer in the digits of the device's region format
@@ -14,8 +15,10 @@
  * rest of the library.
  *
  * Example:
+ * @code
  *   std::string seven = ZonStrUtil::convertNumberToString(7);   // "٧" for ar_EG.UTF-8
  *   std::string city = ZonStrUtil::getUpperString("Zürich");     // "ZÜRICH"
+ * @endcode
  */
 #ifndef ZON_STR_UTIL_H
 #define ZON_STR_UTIL_H
@@ -24,7 +27,9 @@
 
 class ZonStrUtil {
 public:
+	/// `number` in the digits of the region format.
 	static std::string convertNumberToString(int number);
+	/// `text` (UTF-8, not null) upper-cased by full case mapping.
 	static std::string getUpperString(const char* text);
 };
 

@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonSyncUtil
  * ZonSyncUtil.h - the watch's connection to the companion application on the phone.
  *
  * When the user changes the city list on the watch, the application calls requestWatchUpdate()
@@ -18,12 +19,14 @@
 
 class ZonSyncUtil {
 public:
+	/// Whether the phone is connected over Bluetooth with its companion manager running.
 	static bool isBtConnected();
+	/// Asks the phone to pull the city list, when connected; otherwise does nothing.
 	static void requestWatchUpdate();
 
-	// Whether the connected phone is one of our own make.
+	/// Whether the connected phone is one of our own make.
 	static bool _isConnectedWithOurCompany();
-	// Whether the watch was set up to work without a phone.
+	/// Whether the watch was set up to work without a phone.
 	static bool _isWPCMode();
 };
 

@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonWeatherAgentHandler
  * ZonWeatherAgentHandler.h - current weather of a catalogue city, from the device's weather agent
  * or from the weather cache of the city database.
  *
@@ -36,6 +37,7 @@
  * Threading: main-loop thread only, like every platform call it makes; nothing is locked.
  *
  * Example (a widget instance):
+ * @code
  *   ZonWeatherAgentHandler* weather = new ZonWeatherAgentHandler(_WIDGET_VIEW_WEATHER_PORT, instanceId);
  *   weather->setReceiveWeatherDataFunc([](ZonWeatherReplayData& data) {
  *       if (data.validity)
@@ -45,6 +47,7 @@
  *   weather->requestWeatherData(299, false, false);   // Tokyo: cache first, agent if stale
  *   ...
  *   delete weather;
+ * @endcode
  */
 #ifndef ZON_WEATHER_AGENT_HANDLER_H
 #define ZON_WEATHER_AGENT_HANDLER_H
@@ -60,12 +63,12 @@
 
 #include "ZonCityinfo.h"
 
-// The application id of the weather agent, and the extra-data key that tells it where to answer.
+/// The application id of the weather agent, and the extra-data key that tells it where to answer.
 inline constexpr char _WEATHER_AGENT_APP_ID[] = "korvath.weather-agent";
 inline constexpr char _PORT_ID[] = "PORT_ID";
 
-// The reply ports of the three clients: main view, detail view, widget. Each client has its own
-// port so that their answers never cross.
+/// The reply ports of the three clients: main view, detail view, widget. Each client has its own
+/// port so that their answers never cross.
 inline constexpr char _BASE_VIEW_WEATHER_PORT[27] = "zonvista.base.weather.port";
 inline constexpr char _DETAIL_VIEW_WEATHER_PORT[29] = "zonvista.detail.weather.port";
 inline constexpr char _WIDGET_VIEW_WEATHER_PORT[29] = "zonvista.widget.weather.port";
@@ -74,42 +77,44 @@ static_assert(_BASE_VIEW_WEATHER_PORT[25] != '\0', "base view port name must fil
 static_assert(_DETAIL_VIEW_WEATHER_PORT[27] != '\0', "detail view port name must fill its array");
 static_assert(_WIDGET_VIEW_WEATHER_PORT[27] != '\0', "widget port name must fill its array");
 
-// currentTemperature of a record that received no temperature.
+/// currentTemperature of a record that received no temperature.
 #define ZON_WEATHER_NO_TEMPERATURE (-100000)
 
-// One answer, from the agent or from the cache. The members start as an empty answer.
+/// One answer, from the agent or from the cache. The members start as an empty answer.
 struct ZonWeatherReplayData {
-	WeatherType weatherType = UNDEFINED_WEATHER;
-	time_t refreshedTime = 0;                       // the agent's own refresh time; never stored
-	int currentTemperature = ZON_WEATHER_NO_TEMPERATURE; // whole degrees, in the unit below
-	bool isCentegrade = false;                      // true: Celsius
-	bool showCurrentLocation = false;               // the agent's setting; true unless it sent "off"
-	bool validity = false;                          // the agent said "result" = "0", or the cache was read
-	double latitude = 0.0;                          // of the answered place, from the agent only
-	double longitude = 0.0;
-	int cityId = 0;                                 // catalogue id; 0 when the answer matched no request
+	WeatherType weatherType = UNDEFINED_WEATHER;    ///< the condition; UNDEFINED_WEATHER when unknown
+	time_t refreshedTime = 0;                       ///< the agent's own refresh time; never stored
+	int currentTemperature = ZON_WEATHER_NO_TEMPERATURE; ///< whole degrees, in the unit below
+	bool isCentegrade = false;                      ///< true: Celsius
+	bool showCurrentLocation = false;               ///< the agent's setting; true unless it sent "off"
+	bool validity = false;                          ///< the agent said "result" = "0", or the cache was read
+	double latitude = 0.0;                          ///< of the answered place, from the agent only
+	double longitude = 0.0;                         ///< of the answered place, from the agent only
+	int cityId = 0;                                 ///< catalogue id; 0 when the answer matched no request
 };
 
 class ZonWeatherAgentHandler {
 public:
-	// For a view: answers arrive on `port`; no time-out is ever reported.
+	/// For a view: answers arrive on `port`; no time-out is ever reported.
 	explicit ZonWeatherAgentHandler(const char* port);
-	// For a widget instance: opens the city database, and watches the preference named by
-	// widgetInstanceId for the service's time-out signal (resetting it to 0 now).
+	/// For a widget instance: opens the city database, and watches the preference named by
+	/// widgetInstanceId for the service's time-out signal (resetting it to 0 now).
 	ZonWeatherAgentHandler(const char* port, const char* widgetInstanceId);
 	virtual ~ZonWeatherAgentHandler();
 
+	/// Called with every answer, from the agent or the cache (the record is lent for the call).
 	void setReceiveWeatherDataFunc(std::function<void(ZonWeatherReplayData&)> func);
+	/// Called when the service signals that the agent did not answer in time.
 	void setTimeOutCb(std::function<void()> func);
 
-	// fromWeatherAgent: ask the agent whatever the cache holds. isExternal chooses the list whose
-	// row is read as cache (the second list when true). Always true.
+	/// fromWeatherAgent: ask the agent whatever the cache holds. isExternal chooses the list whose
+	/// row is read as cache (the second list when true). Always true.
 	bool requestWeatherData(int cityId, bool fromWeatherAgent, bool isExternal);
-	// The cache when fresh, else the agent. Always true.
+	/// The cache when fresh, else the agent. Always true.
 	bool requestWeatherDataFromWeatherDatabase(int cityId, bool isExternal);
-	// The cache when fresh (true), else false and nobody is asked.
+	/// The cache when fresh (true), else false and nobody is asked.
 	bool checkWeatherDataInWeatherDatabase(int cityId, bool isExternal);
-	// False for a city id outside 1..331 or when the request could not be built or sent.
+	/// False for a city id outside 1..331 or when the request could not be built or sent.
 	bool requestWeatherDataFromWeatherAgent(int cityId);
 
 private:
@@ -118,19 +123,19 @@ private:
 	ZonWeatherAgentHandler(const ZonWeatherAgentHandler&) = delete;
 	ZonWeatherAgentHandler& operator=(const ZonWeatherAgentHandler&) = delete;
 
-	// Re-arms the time-out alarm. True only when the first of its two app-control creations
-	// failed and the rest succeeded; the agent path reports that as a failure.
+	/// Re-arms the time-out alarm. True only when the first of its two app-control creations
+	/// failed and the rest succeeded; the agent path reports that as a failure.
 	bool _runWeatherRequestTimeoutService();
 
 	static void _weatherAgentTimeoutPreferenceChangedCb(const char* key, void* userData);
-	// Never registered; kept for the app-control reply it was once meant to receive.
+	/// Never registered; kept for the app-control reply it was once meant to receive.
 	static void _weatherAgetnTimeOutCb(app_control_h request, app_control_h reply, app_control_result_e result,
 		void* userData);
 	static void _receiveWeatherInfoCb(int localPortId, const char* remoteAppId, const char* remotePort,
 		bool trustedRemotePort, bundle* message, void* userData);
 	static void _extractWeatherReply(const char* key, const int type, const bundle_keyval_t* kv, void* userData);
-	// Every ',' becomes '.', in place: the agent reads coordinates with a decimal point whatever
-	// our locale prints.
+	/// Every ',' becomes '.', in place: the agent reads coordinates with a decimal point whatever
+	/// our locale prints.
 	static void _findComma(char* text);
 	static WeatherType _convertIconIdToWeatherType(int iconId);
 
@@ -140,7 +145,7 @@ private:
 	std::function<void(ZonWeatherReplayData&)> _receiveWeatherDataFunc;
 	std::function<void()> _timeOutCb;
 	int _weatherAgentTimeoutAlarmId;
-	// Latitude text ("%lf") of each requested city to its id: the reply names only the place.
+	/// Latitude text ("%lf") of each requested city to its id: the reply names only the place.
 	std::map<std::string, int> latToCityIdMap;
 };
 

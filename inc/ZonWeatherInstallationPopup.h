@@ -1,4 +1,5 @@
-/*
+/**
+ * @class ZonWeatherInstallationPopup
  * ZonWeatherInstallationPopup.h - asks whether to download the weather application.
  *
  * One sentence and two round buttons: cancel on the left, confirm on the right. Only the first
@@ -12,9 +13,11 @@
  * Threading: main-loop thread only.
  *
  * Example:
+ * @code
  *   _installPopup = new ZonWeatherInstallationPopup();
  *   _installPopup->setOkBtnClickedNotiCb([this]() { _openStore(); });
  *   _installPopup->create(_window);
+ * @endcode
  */
 #ifndef ZON_WEATHER_INSTALLATION_POPUP_H
 #define ZON_WEATHER_INSTALLATION_POPUP_H
@@ -25,13 +28,16 @@
 
 class ZonWeatherInstallationPopup {
 public:
+	/// Shows nothing until create().
 	ZonWeatherInstallationPopup();
 	virtual ~ZonWeatherInstallationPopup();
 
+	/// Called on the first press of the confirm button.
 	void setOkBtnClickedNotiCb(const std::function<void()>& cb);
+	/// Called on the first press of the cancel button.
 	void setCancelBtnClickedNotiCb(const std::function<void()>& cb);
 
-	// Builds and shows the prompt; returns its popup.
+	/// Builds and shows the prompt; returns its popup.
 	Evas_Object* create(Evas_Object* parent);
 
 private:

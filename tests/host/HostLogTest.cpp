@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <dlog.h>
+#include <vconf.h>
 #include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
@@ -53,6 +54,34 @@ TEST_F(HostLog, StandardErrorGetsOnlyErrors)
 	EXPECT_EQ(std::string::npos, err.find("warning"));
 	EXPECT_NE(std::string::npos, err.find("E/zonvista("));
 	EXPECT_NE(std::string::npos, err.find("F/zonvista("));
+}
+
+// A fresh device's unset settings are logged, not shown; a read that fails for another reason is.
+TEST_F(HostLog, FirstRunSettingReadsStayOffStandardError)
+{
+	setEnv("ZON_HOST_LOG", nullptr);
+	const char *unread = "\033[0;31m* Critical * vconf_get_int is faled.(-1)\033[0;m";
+	int value = 0;
+	testing::internal::CaptureStderr();
+	ASSERT_EQ(VCONF_ERROR, vconf_get_int("db/zon/never_set", &value));
+	dlog_print(DLOG_ERROR, "zonvista", "%s", unread);
+	dlog_print(DLOG_ERROR, "zonvista", "disk full");
+	ASSERT_EQ(VCONF_OK, vconf_set_str("db/zon/text", "x"));
+	ASSERT_EQ(VCONF_ERROR, vconf_get_int("db/zon/text", &value));
+	dlog_print(DLOG_ERROR, "zonvista", "vconf_get_int wrong type");
+	std::string err = testing::internal::GetCapturedStderr();
+	EXPECT_EQ(std::string::npos, err.find("is faled")) << err;
+	EXPECT_NE(std::string::npos, err.find("disk full")) << err;
+	EXPECT_NE(std::string::npos, err.find("wrong type")) << err;
+	EXPECT_TRUE(zon_host_log_contains(unread)) << "still logged";
+
+	const std::string file = rootPath("device.log");
+	setEnv("ZON_HOST_LOG", file.c_str());
+	ASSERT_EQ(VCONF_ERROR, vconf_get_int("db/zon/never_set", &value));
+	dlog_print(DLOG_ERROR, "zonvista", "%s", unread);
+	std::ifstream in(file);
+	std::string line;
+	EXPECT_TRUE(std::getline(in, line) && line.find("is faled") != std::string::npos) << "the log file keeps it";
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "dlog.h"
+#include "vconf.h"
 
 namespace zonhost {
 namespace {
@@ -80,6 +81,14 @@ void writeAll(int fd, const std::string &text)
 	}
 }
 
+// A fresh device has never stored most settings, and the applications log each such read as an
+// error; on the device only the log reader shows those. The line that reports the read that just
+// failed for a key never set stays out of standard error: it keeps what a user must act on.
+bool isFirstRunNotice(const std::string &message)
+{
+	return message.find("vconf_get_") != std::string::npos && vconf_get_ext_errno() == VCONF_ERROR_FILE_NO_ENT;
+}
+
 void emit(int prio, const char *tag, const std::string &message)
 {
 	if (g_capturing)
@@ -87,7 +96,7 @@ void emit(int prio, const char *tag, const std::string &message)
 
 	const char *logFile = getenv("ZON_HOST_LOG");
 	bool toFile = logFile && *logFile;
-	if (!toFile && prio < DLOG_ERROR)
+	if (!toFile && (prio < DLOG_ERROR || isFirstRunNotice(message)))
 		return;
 
 	// One line per line of the message, as the reader shows a multi-line entry; written with a

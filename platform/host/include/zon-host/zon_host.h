@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * zon_host.h - control API of the host port.
  *
  * zon-host implements the watch platform's C APIs (dlog, app_common, app_preference, vconf,
@@ -6,18 +7,18 @@
  * rest of the device: choose the device root, reset state between tests, configure platform
  * features, pump the main loop, capture log lines and inject faults.
  *
- * The simulated device lives in one directory, the device root:
+ * The simulated device lives in one directory, the device root (ROOT below):
  *   $ZON_HOST_ROOT, else $XDG_DATA_HOME/zon-host, else $HOME/.local/share/zon-host.
  * Below it:
- *   apps/<app id>/data/            app_get_data_path() (preferences in data/.preference)
- *   apps/<app id>/cache/           app_get_cache_path()
- *   apps/<app id>/res/             app_get_resource_path()
- *   apps/<app id>/shared/data/     app_get_shared_data_path()
- *   apps/<app id>/shared/res/      app_get_shared_resource_path()
- *   apps/<app id>/shared/trusted/  app_get_shared_trusted_path()
+ *   apps/APP_ID/data/            app_get_data_path() (preferences in data/.preference)
+ *   apps/APP_ID/cache/           app_get_cache_path()
+ *   apps/APP_ID/res/             app_get_resource_path()
+ *   apps/APP_ID/shared/data/     app_get_shared_data_path()
+ *   apps/APP_ID/shared/res/      app_get_shared_resource_path()
+ *   apps/APP_ID/shared/trusted/  app_get_shared_trusted_path()
  *   vconf.ini                      the vconf settings store
  *   system_info.ini                platform and custom features (read-only for the platform API)
- *   fs/<absolute device path>      device paths such as /tmp/.zonvista_ldu (zon_platform_path())
+ *   fs/DEVICE_PATH      device paths such as /tmp/.zonvista_ldu (zon_platform_path())
  *   fs/opt/etc/localtime           the device's local-time link; a new device (one without
  *                                  fs/opt/etc) gets it pointing at the desktop's zone file
  *                                  (TZ when the library was loaded, else /etc/localtime)
@@ -46,10 +47,10 @@
 extern "C" {
 #endif
 
-/* The application id every platform call acts as when nothing else was set. */
+/** The application id every platform call acts as when nothing else was set. */
 #define ZON_HOST_DEFAULT_APP_ID "korvath.zonvista"
 
-/*
+/**
  * Forgets all in-memory host state: re-reads the device root from the environment, drops
  * registered change callbacks, pending main-loop deliveries, injected faults and captured log
  * lines, and sets the application id back to ZON_HOST_DEFAULT_APP_ID. Files under the root are
@@ -59,41 +60,46 @@ extern "C" {
  */
 int zon_host_reset(void);
 
-/* Absolute path of the device root, without a trailing '/'. Owned by the host; valid until the
+/** Absolute path of the device root, without a trailing '/'. Owned by the host; valid until the
  * next zon_host_reset(). The directory is created on first use. */
 const char *zon_host_root(void);
 
-/* Sets the application id that app paths and preferences belong to (the process "is" that
+/** Sets the application id that app paths and preferences belong to (the process "is" that
  * application). The string is copied. NULL means ZON_HOST_DEFAULT_APP_ID; an id that could
  * leave apps/ (empty, containing '/', "." or "..") is refused with an error log line.
  * Preference change callbacks stay with the application that registered them. */
 void zon_host_set_app_id(const char *app_id);
+/** The application id the process acts as now; owned by the host. */
 const char *zon_host_app_id(void);
 
-/*
+/**
  * Dispatches pending main-loop work (change callbacks, timers that are due) on GLib's default
  * context without blocking, until nothing is pending or max_dispatches iterations have run.
  * Returns the number of iterations that dispatched something. Never sleeps.
  */
 int zon_host_pump(int max_dispatches);
 
-/*
+/**
  * Platform features answered by system_info_get_platform_bool() and
- * system_info_get_custom_bool(). Stored in <root>/system_info.ini so that they persist like a
+ * system_info_get_custom_bool(). Stored in ROOT/system_info.ini so that they persist like a
  * device's configuration. A key that was never set answers SYSTEM_INFO_ERROR_INVALID_PARAMETER,
  * as the device does for an unknown key.
  */
+/** @{ */
 int zon_host_set_feature_bool(const char *key, bool value);
 int zon_host_unset_feature(const char *key);
-/* Added: the other value types, for system_info_get_*_int/_double/_string(). Asking for a key
+/** @} */
+/** Added: the other value types, for system_info_get_*_int/_double/_string(). Asking for a key
  * with another type than it was set with fails with SYSTEM_INFO_ERROR_INVALID_PARAMETER.
  * All zon_host_*feature*() functions return 0, or -1 for a NULL/empty key or value or a store
  * that can't be read or written; unsetting a key that is not set is not an error. */
+/** @{ */
 int zon_host_set_feature_int(const char *key, int value);
 int zon_host_set_feature_double(const char *key, double value);
 int zon_host_set_feature_string(const char *key, const char *value);
+/** @} */
 
-/*
+/**
  * Added: takes a vconf key back to "never set" (vconf itself has no such call for
  * applications): reads fail again, or answer the desktop default for the keys that have one.
  * No change callback is called. Returns 0 (also when the key was not set), or -1 for an
@@ -101,7 +107,7 @@ int zon_host_set_feature_string(const char *key, const char *value);
  */
 int zon_host_vconf_unset(const char *key);
 
-/*
+/**
  * Log capture. While capture is on, every dlog line (any priority) is kept in memory besides
  * being written as usual. Starting a capture clears what was captured before.
  * zon_host_log_line() returns the formatted message (without tag and priority) of line i, and
@@ -109,14 +115,16 @@ int zon_host_vconf_unset(const char *key);
  * The strings stay valid until the captured lines are cleared (zon_host_log_clear(),
  * zon_host_log_capture(true), zon_host_reset()).
  */
+/** @{ */
 void zon_host_log_capture(bool on);
 size_t zon_host_log_count(void);
 const char *zon_host_log_line(size_t i, int *priority, const char **tag);
-bool zon_host_log_contains(const char *needle);   /* any captured message contains needle */
+bool zon_host_log_contains(const char *needle);   /**< any captured message contains needle */
 size_t zon_host_log_count_matching(const char *needle);
 void zon_host_log_clear(void);
+/** @} */
 
-/*
+/**
  * Fault injection, in the manner of a VFS test shim: the nth call from now (1 = the next one)
  * of the named platform function fails with `error` and has no effect; later calls work again.
  * `function` is the C name ("preference_set_int", "vconf_get_int", "app_get_data_path", ...).
@@ -129,7 +137,7 @@ void zon_host_log_clear(void);
  */
 int zon_host_fault_inject(const char *function, int nth, int error);
 
-/* For the host port's own implementations: returns true and sets *error when the call of
+/** For the host port's own implementations: returns true and sets *error when the call of
  * `function` being made now must fail. Counts the call. (Each source of the host declares its
  * fault points with ZON_HOST_FAULT_POINTS() of src/host_internal.h, which is what makes
  * zon_host_fault_inject() know them; an undeclared one logs an error when first reached.) */
@@ -162,77 +170,84 @@ bool zon_host_fault_check(const char *function, int *error);
 
 struct app_control_s;
 
-/* A stand-in's launch handler. The handle (an app_control_h) is valid during the call only:
+/** A stand-in's launch handler. The handle (an app_control_h) is valid during the call only:
  * clone it to reply later. */
 typedef void (*zon_host_app_launch_cb)(struct app_control_s *app_control, void *user_data);
 
-/* Installs a stand-in application. Registering an id again replaces its handler; launches
+/** Installs a stand-in application. Registering an id again replaces its handler; launches
  * already queued go to the new one. Returns 0, or -1 for a NULL/empty id or a NULL handler. */
 int zon_host_register_app(const char *app_id, zon_host_app_launch_cb on_launch, void *user_data);
-/* Uninstalls it and drops the launches still queued for it. Returns 0, or -1 when the id is
+/** Uninstalls it and drops the launches still queued for it. Returns 0, or -1 when the id is
  * not installed. */
 int zon_host_unregister_app(const char *app_id);
+/** Whether a stand-in is installed under `app_id`. */
 bool zon_host_app_is_registered(const char *app_id);
 
-/* One launch request as it was sent, in the order of sending. The strings and arrays stay
+/** One launch request as it was sent, in the order of sending. The strings and arrays stay
  * valid until the record is cleared (zon_host_launch_clear(), zon_host_reset()). */
 typedef struct {
-	const char *caller;                /* app id of the requesting application */
-	const char *app_id;                /* target; NULL when the request named none */
-	const char *operation;             /* NULL when none was set */
-	size_t extra_count;
-	const char *const *extra_keys;     /* extra data in the order the request holds it */
-	const char *const *extra_values;   /* NULL for an array value */
-	int result;                        /* what the send answered: APP_CONTROL_ERROR_NONE or
+	const char *caller;                /**< app id of the requesting application */
+	const char *app_id;                /**< target; NULL when the request named none */
+	const char *operation;             /**< NULL when none was set */
+	size_t extra_count;                /**< number of extra data pairs */
+	const char *const *extra_keys;     /**< extra data in the order the request holds it */
+	const char *const *extra_values;   /**< NULL for an array value */
+	int result;                        /**< what the send answered: APP_CONTROL_ERROR_NONE or
 	                                      APP_CONTROL_ERROR_APP_NOT_FOUND */
-	bool reply_requested;              /* sent with a reply callback */
-	bool from_alarm;                   /* sent by an alarm going off */
+	bool reply_requested;              /**< sent with a reply callback */
+	bool from_alarm;                   /**< sent by an alarm going off */
 } zon_host_launch;
 
-/* Records every request that passed parameter checks and fault injection, whether its
+/** Records every request that passed parameter checks and fault injection, whether its
  * application was found or not. */
 size_t zon_host_launch_count(void);
-bool zon_host_launch_get(size_t i, zon_host_launch *launch);  /* false when i is out of range */
-/* The string value of extra data `key` of launch i; NULL if absent, an array, or no such i. */
+bool zon_host_launch_get(size_t i, zon_host_launch *launch);  /**< false when i is out of range */
+/** The string value of extra data `key` of launch i; NULL if absent, an array, or no such i. */
 const char *zon_host_launch_extra(size_t i, const char *key);
+/** Forgets the recorded launches. */
 void zon_host_launch_clear(void);
 
-/* One app_control_reply_to_launch_request() made by a stand-in, in order. */
+/** One app_control_reply_to_launch_request() made by a stand-in, in order. */
 typedef struct {
-	const char *app_id;   /* the replying application (the target of the request) */
-	const char *caller;   /* the application that made the request */
-	int result;           /* app_control_result_e */
-	bool delivered;       /* the request had a reply callback, which gets the reply */
+	const char *app_id;   /**< the replying application (the target of the request) */
+	const char *caller;   /**< the application that made the request */
+	int result;           /**< app_control_result_e */
+	bool delivered;       /**< the request had a reply callback, which gets the reply */
 } zon_host_reply;
 
+/** The number of recorded replies. */
 size_t zon_host_reply_count(void);
+/** Copies reply i into *reply; false when i is out of range. */
 bool zon_host_reply_get(size_t i, zon_host_reply *reply);
-const char *zon_host_reply_extra(size_t i, const char *key);  /* extra data of the reply */
+const char *zon_host_reply_extra(size_t i, const char *key);  /**< extra data of the reply */
+/** Forgets the recorded replies. */
 void zon_host_reply_clear(void);
 
-/* Pending alarms of every application, in id order. Strings valid until the alarm fires, is
+/** Pending alarms of every application, in id order. Strings valid until the alarm fires, is
  * cancelled or the host is reset. */
 typedef struct {
-	int id;
-	int delay_seconds;          /* as scheduled */
-	const char *app_id;         /* application its app control launches */
-	const char *operation;      /* of its app control; NULL when none was set */
-	const char *owner_app_id;   /* application that scheduled it */
+	int id;                     /**< as alarm_schedule_*() answered it */
+	int delay_seconds;          /**< as scheduled */
+	const char *app_id;         /**< application its app control launches */
+	const char *operation;      /**< of its app control; NULL when none was set */
+	const char *owner_app_id;   /**< application that scheduled it */
 } zon_host_alarm;
 
+/** The number of pending alarms. */
 size_t zon_host_alarm_count(void);
+/** Copies pending alarm i (in id order) into *alarm; false when i is out of range. */
 bool zon_host_alarm_get(size_t i, zon_host_alarm *alarm);
-/* Makes alarm_id go off now: it is no longer pending, its launch is sent (and recorded) at
+/** Makes alarm_id go off now: it is no longer pending, its launch is sent (and recorded) at
  * once and reaches the application on the main loop. Returns 0, or -1 when no such alarm is
  * pending. */
 int zon_host_fire_alarm(int alarm_id);
 
-/* ---- the weather agent stand-in ----
+/** ---- the weather agent stand-in ----
  *
  * Request: a launch of ZON_HOST_WEATHER_AGENT_APP_ID whose extra data "MESSAGE" is
  * "REQUEST_WEATHER_INFO_WITH_GEO_POSITION" (other launches are ignored), with "PORT_ID" (the
  * caller's local message port for the answer), "max" (number of places, default 1, at most
- * 10) and "lat_<i>"/"lon_<i>" (decimal degrees, '.' as separator) for i = 0 .. max-1.
+ * 10) and "lat_N"/"lon_N" (decimal degrees, '.' as separator) for N = 0 .. max-1.
  * Answer: for each place, one message from ZON_HOST_WEATHER_AGENT_APP_ID (no sender port) to
  * the caller's port PORT_ID, a bundle of strings:
  *   "result"              "0"
@@ -241,7 +256,7 @@ int zon_host_fire_alarm(int alarm_id);
  *   "currentTemperature"  whole degrees, may be negative
  *   "temperatureUnit"     "c", or "f" with `fahrenheit`
  *   "showCurrentLocation" "on"
- *   "lat", "lon"          the "lat_<i>"/"lon_<i>" texts exactly as received
+ *   "lat", "lon"          the "lat_N"/"lon_N" texts exactly as received
  * The weather is a function of place and (UTC) day only: temperature from latitude and
  * season, the condition from a hash, snow-type conditions at or below 0 C.
  * A place without a usable position gets the error form. A request without PORT_ID is logged
@@ -249,47 +264,48 @@ int zon_host_fire_alarm(int alarm_id);
  */
 #define ZON_HOST_WEATHER_AGENT_APP_ID "korvath.weather-agent"
 
+/** How the weather agent stand-in answers. */
 typedef enum {
-	ZON_HOST_WEATHER_ANSWER = 0,  /* the weather described above */
-	ZON_HOST_WEATHER_SILENT,      /* takes the launch, never answers (the time-out case) */
-	ZON_HOST_WEATHER_ERROR,       /* error form: "result" = error_result, plus "lat"/"lon" */
-	ZON_HOST_WEATHER_FIXED,       /* exactly the fixed pairs, plus the "lat"/"lon" echoes
+	ZON_HOST_WEATHER_ANSWER = 0,  /**< the weather described above */
+	ZON_HOST_WEATHER_SILENT,      /**< takes the launch, never answers (the time-out case) */
+	ZON_HOST_WEATHER_ERROR,       /**< error form: "result" = error_result, plus "lat"/"lon" */
+	ZON_HOST_WEATHER_FIXED,       /**< exactly the fixed pairs, plus the "lat"/"lon" echoes
 	                                 unless the pairs name those keys */
 } zon_host_weather_mode;
 
-/* All zero means: answer at once with weather for now, in Celsius. */
+/** All zero means: answer at once with weather for now, in Celsius. */
 typedef struct {
-	zon_host_weather_mode mode;
-	unsigned int delay_ms;              /* answer after this long (a GLib timeout); 0 = from the
+	zon_host_weather_mode mode;         /**< how to answer */
+	unsigned int delay_ms;              /**< answer after this long (a GLib timeout); 0 = from the
 	                                       launch handler, arriving on the next loop turn */
-	const char *error_result;           /* "result" of the error form; NULL = "1" */
-	const char *const *fixed_keys;      /* ZON_HOST_WEATHER_FIXED: fixed_count key/value */
-	const char *const *fixed_values;    /* pairs, copied */
-	size_t fixed_count;
-	bool fahrenheit;
-	long long date;                     /* the moment to make weather for, seconds since the
+	const char *error_result;           /**< "result" of the error form; NULL = "1" */
+	const char *const *fixed_keys;      /**< ZON_HOST_WEATHER_FIXED: fixed_count key/value */
+	const char *const *fixed_values;    /**< pairs, copied */
+	size_t fixed_count;                 /**< number of fixed pairs */
+	bool fahrenheit;                    /**< temperatures in Fahrenheit, unit "f" */
+	long long date;                     /**< the moment to make weather for, seconds since the
 	                                       epoch; 0 = now */
 } zon_host_weather_agent_config;
 
-/* Installs the agent, or reconfigures it (answers already waiting keep theirs). NULL means
+/** Installs the agent, or reconfigures it (answers already waiting keep theirs). NULL means
  * the all-zero configuration. Returns 0, or -1 for an invalid configuration (unknown mode,
  * NULL or empty fixed key, NULL fixed value). Uninstall it with zon_host_unregister_app(),
  * which also drops its waiting answers. */
 int zon_host_install_weather_agent(const zon_host_weather_agent_config *config);
-/* Answers waiting for their delay. */
+/** Answers waiting for their delay. */
 size_t zon_host_weather_agent_pending(void);
-/* Sends every waiting answer now (to be delivered on the main loop); returns how many. */
+/** Sends every waiting answer now (to be delivered on the main loop); returns how many. */
 int zon_host_weather_agent_flush(void);
 
-/* ---- the world-clock service stand-in ----
+/** ---- the world-clock service stand-in ----
  *
- * Launched with extra data "operation" = "weather_agent_timeout" and "instance_id" = <key>, it
- * sets the integer preference <key> to 1 in the current application's store. Other launches
+ * Launched with extra data "operation" = "weather_agent_timeout" and "instance_id" = KEY, it
+ * sets the integer preference KEY to 1 in the current application's store. Other launches
  * are logged and ignored.
  */
 #define ZON_HOST_ZONVISTA_SERVICE_APP_ID "korvath.zonvista-service"
 
-/* Installs the service stand-in; returns 0. */
+/** Installs the service stand-in; returns 0. */
 int zon_host_install_zonvista_service(void);
 
 /* ======================================================================================
@@ -298,26 +314,28 @@ int zon_host_install_zonvista_service(void);
  * companion.
  * ====================================================================================== */
 
-/* The weather application whose presence the world clock checks. */
+/** The weather application whose presence the world clock checks. */
 #define ZON_HOST_WEATHER_PACKAGE_ID "korvath.weather"
 
-/*
+/**
  * Installed packages, as package_manager_get_package_info() answers them; kept in
- * <root>/packages.ini (one group per package: version, label, preload). A new device has
+ * ROOT/packages.ini (one group per package: version, label, preload). A new device has
  * ZON_HOST_DEFAULT_APP_ID and ZON_HOST_WEATHER_PACKAGE_ID, both preloaded.
  * zon_host_package_install() adds or replaces a package (version NULL or "" is "1.0.0");
  * zon_host_package_uninstall() removes one, and is no error when it is not installed.
  * Both return 0, or -1 for an invalid id (empty, or other than letters, digits, '.', '_', '-')
  * or a registry that can't be read or written.
  */
+/** @{ */
 int zon_host_package_install(const char *package_id, const char *version, bool preload);
 int zon_host_package_uninstall(const char *package_id);
 bool zon_host_package_is_installed(const char *package_id);
-/* Package information handles given out and not yet destroyed (package_info_destroy());
+/** @} */
+/** Package information handles given out and not yet destroyed (package_info_destroy());
  * process state, kept across zon_host_reset(). */
 size_t zon_host_package_info_live(void);
 
-/*
+/**
  * The changeable theme (uxt_theme.h, which documents the table files) as this process set it.
  * It is process state, like the toolkit's theme: zon_host_reset() leaves it alone, since the
  * application still holds its tables.
@@ -327,37 +345,43 @@ size_t zon_host_package_info_live(void);
  * both kinds, applied or not. zon_host_theme_applied_path() is the file of the applied font
  * (font = true) or colour table, NULL when none is applied; valid while that table is loaded.
  */
+/** @{ */
 bool zon_host_theme_changeable_ui_enabled(void);
 int zon_host_theme_style(void);
 int zon_host_theme_table_count(void);
 const char *zon_host_theme_applied_path(bool font);
 bool zon_host_theme_color(const char *id, int *r, int *g, int *b, int *a);
 bool zon_host_theme_font(const char *id, const char **style, int *size);
+/** @} */
 
-/* Path of the usage-survey log, <root>/usage_survey.log (format in korvath_log_manager.h);
+/** Path of the usage-survey log, ROOT/usage_survey.log (format in korvath_log_manager.h);
  * the file appears with the first record. Valid until the next call or zon_host_reset(). */
 const char *zon_host_survey_log_path(void);
 
-/*
+/**
  * The bezel: the platform features of a rotating bezel and of a virtual (touch) rotating
  * bezel, and the user's setting that turns a virtual bezel's rotary input on (bool; a
  * physical bezel ignores it). A device that never set the features has no bezel.
  * zon_host_set_bezel() sets both features in both of the spellings the platform accepts
  * (with and without "http://"); returns 0, or -1 for an unknown kind or a store error.
  */
+/** @{ */
 #define ZON_HOST_FEATURE_ROTATING_BEZEL "http://tizen.org/feature/input.rotating_bezel"
 #define ZON_HOST_FEATURE_VIRTUAL_ROTATING_BEZEL "http://tizen.org/feature/input.rotating_bezel.virtual"
 #define ZON_HOST_VCONF_ROTARY_EVENT_ENABLED "db/setting/rotary_event_enabled"
+/** @} */
 
+/** The bezel a device has. */
 typedef enum {
 	ZON_HOST_BEZEL_NONE,
 	ZON_HOST_BEZEL_PHYSICAL,
 	ZON_HOST_BEZEL_VIRTUAL,
 } zon_host_bezel_e;
 
+/** Gives the device `bezel` (see above). */
 int zon_host_set_bezel(zon_host_bezel_e bezel);
 
-/*
+/**
  * The phone companion. The watch learns of the phone through settings: bit 0 of the int
  * "memory/private/lnkp/conn_type" (connected over Bluetooth), the bool
  * "memory/hmx/hmanager_connected" (the phone's companion manager is connected), the string
@@ -375,8 +399,11 @@ int zon_host_set_bezel(zon_host_bezel_e bezel);
  */
 #define ZON_HOST_COMPANION_APP_ID "korvath.zonvista-consumer"
 
+/** Sets the Bluetooth bit and the companion manager's connection (see above). */
 int zon_host_set_companion_connection(bool bluetooth, bool manager_connected);
+/** Installs the companion stand-in (see above); returns 0. */
 int zon_host_install_companion(void);
+/** The change requests the companion stand-in received since its installation. */
 int zon_host_companion_change_requests(void);
 
 /* ======================================================================================
@@ -393,7 +420,7 @@ int zon_host_companion_change_requests(void);
  *   restore: preparation -> restoration path -> restoration -> completion
  * The service checks what it is given: a backup file must be a record file holding exactly the
  * announced keys, in their order, each with a value; restored records need a key and a date.
- * An accepted backup is kept (byte for byte) as <root>/cloud/<app id>/backup.dat, the "cloud"
+ * An accepted backup is kept (byte for byte) as ROOT/cloud/APP_ID/backup.dat, the "cloud"
  * copy a later restore session starts from. A restore places the source file's bytes,
  * unchecked, at the path the application names.
  * A step whose callback is not registered (any more) ends the session with completion(false).
@@ -409,20 +436,23 @@ int zon_host_companion_change_requests(void);
  * result) and takes korvath_cloud_initialize() back to zero.
  * ====================================================================================== */
 
+/** The kinds of cloud session. */
 typedef enum {
 	ZON_HOST_CLOUD_BACKUP,
 	ZON_HOST_CLOUD_BACKUP_INFO,
 	ZON_HOST_CLOUD_RESTORE,
 } zon_host_cloud_session_e;
 
+/** Where the last session stands. */
 typedef enum {
-	ZON_HOST_CLOUD_IDLE,       /* no session since the reset */
-	ZON_HOST_CLOUD_RUNNING,    /* started; its end not yet delivered */
-	ZON_HOST_CLOUD_SUCCEEDED,  /* completion(true) was delivered */
-	ZON_HOST_CLOUD_FAILED,     /* completion(false) was delivered, or the session ended
+	ZON_HOST_CLOUD_IDLE,       /**< no session since the reset */
+	ZON_HOST_CLOUD_RUNNING,    /**< started; its end not yet delivered */
+	ZON_HOST_CLOUD_SUCCEEDED,  /**< completion(true) was delivered */
+	ZON_HOST_CLOUD_FAILED,     /**< completion(false) was delivered, or the session ended
 	                              without one (launch failed, request refused) */
 } zon_host_cloud_state_e;
 
+/** The steps of a session, for zon_host_cloud_fail_at(). */
 typedef enum {
 	ZON_HOST_CLOUD_STEP_NONE,
 	ZON_HOST_CLOUD_STEP_LAUNCH,
@@ -434,37 +464,40 @@ typedef enum {
 	ZON_HOST_CLOUD_STEP_COMPLETION,
 } zon_host_cloud_step_e;
 
+/** What the service hands the application as record list, for zon_host_cloud_set_record_list(). */
 typedef enum {
-	ZON_HOST_CLOUD_LIST_AS_SENT,  /* backup: the announced records; restore: the source file */
-	ZON_HOST_CLOUD_LIST_NULL,     /* backup: the records callback gets no list; restore: the
+	ZON_HOST_CLOUD_LIST_AS_SENT,  /**< backup: the announced records; restore: the source file */
+	ZON_HOST_CLOUD_LIST_NULL,     /**< backup: the records callback gets no list; restore: the
 	                                 restoration callback gets no path */
-	ZON_HOST_CLOUD_LIST_EMPTY,    /* backup: a list without records; restore: a record file
+	ZON_HOST_CLOUD_LIST_EMPTY,    /**< backup: a list without records; restore: a record file
 	                                 without records is placed instead of the source */
 } zon_host_cloud_list_e;
 
-/* Starts a session. restore_source: the record file a restore session restores (read now),
+/** Starts a session. restore_source: the record file a restore session restores (read now),
  * NULL for the cloud copy of the last accepted backup. Returns 0, or -1 when a session is
  * running, the source can't be read, or the launch failed (then FAILED, with the reason). */
 int zon_host_cloud_start(zon_host_cloud_session_e kind, const char *restore_source);
+/** Where the last session stands; IDLE after a reset. */
 zon_host_cloud_state_e zon_host_cloud_state(void);
-/* Pumps the main loop until the session is no longer running, nothing is left to dispatch or
+/** Pumps the main loop until the session is no longer running, nothing is left to dispatch or
  * max_dispatches iterations ran; returns the state. A session still RUNNING after it waits for
  * an application that will not answer. */
 zon_host_cloud_state_e zon_host_cloud_wait(int max_dispatches);
-/* The service's time-out: a running session stops waiting and ends with completion(false) on
+/** The service's time-out: a running session stops waiting and ends with completion(false) on
  * the main loop. Returns 0, or -1 when no session is running. */
 int zon_host_cloud_time_out(void);
-/* The service gives up when the session reaches `step`: completion(false) is delivered instead
+/** The service gives up when the session reaches `step`: completion(false) is delivered instead
  * of that step's callback (at LAUNCH: the session fails at once, nobody is launched; at
  * COMPLETION: a session that went well completes with false). STEP_NONE: no fault. */
 void zon_host_cloud_fail_at(zon_host_cloud_step_e step);
+/** What the service hands the application as record list from now on (zon_host_cloud_list_e). */
 void zon_host_cloud_set_record_list(zon_host_cloud_list_e mode);
 
-/* Why the last session FAILED; NULL otherwise. Valid until the next start or reset. */
+/** Why the last session FAILED; NULL otherwise. Valid until the next start or reset. */
 const char *zon_host_cloud_failure(void);
 
-/* The traffic of the last session, in order, as texts (valid until the next start or reset):
- *   "launch <operation> <app id>", "reply succeeded" | "reply failed",
+/** The traffic of the last session, in order, as texts (valid until the next start or reset):
+ *   "launch <operation> APP_ID", "reply succeeded" | "reply failed",
  *   "preparation", "preparation_completed_response <true|false>",
  *   "sending_keys_and_dates", "keys_and_dates <n> <ok>",
  *   "backup <n>" | "backup none", "backup_path <path>|none <ok>",
@@ -472,23 +505,27 @@ const char *zon_host_cloud_failure(void);
  *   "restoration <path>" | "restoration none", "record_list <n>|none <ok>",
  *   "gave up at <step>", "time-out", "completed <true|false>".
  * A callback's event comes before anything the callback answered. */
+/** @{ */
 size_t zon_host_cloud_event_count(void);
 const char *zon_host_cloud_event(size_t i);
+/** @} */
 
-/* The path of the last session: the backup path or restoration path the application sent. */
+/** The path of the last session: the backup path or restoration path the application sent. */
 const char *zon_host_cloud_path(void);
 
-/* The records of the last session. Backup: the keys and dates announced (values NULL), and
+/** The records of the last session. Backup: the keys and dates announced (values NULL), and
  * once the backup file was accepted, the file's records. Restore: the records of the list the
  * application sent back. Out-parameters may be NULL; absent fields are NULL. false when i is
  * out of range. */
+/** @{ */
 size_t zon_host_cloud_record_count(void);
 bool zon_host_cloud_record(size_t i, const char **key, const char **date, const char **value);
+/** @} */
 
-/* <root>/cloud/<app id>/backup.dat when it exists, else NULL. Valid until the next call. */
+/** ROOT/cloud/APP_ID/backup.dat when it exists, else NULL. Valid until the next call. */
 const char *zon_host_cloud_stored_backup(void);
 
-/* Records and lists created and not yet destroyed, those owned by a list included. */
+/** Records and lists created and not yet destroyed, those owned by a list included. */
 size_t zon_host_cloud_live_handles(void);
 
 /* ======================================================================================
@@ -505,7 +542,7 @@ size_t zon_host_cloud_live_handles(void);
 struct _Eo_Opaque;
 struct _Eext_Circle_Surface;
 
-/*
+/**
  * Call once after each elm_init(). Adds the watch theme as an overlay of the toolkit's theme:
  * the styles the watch's toolkit has and upstream lacks (popups "toast/circle",
  * "toast/small/circle", "toast/circle/check" and "circle", the layout "popup" with style
@@ -519,10 +556,10 @@ struct _Eext_Circle_Surface;
  * Calling it again in the same toolkit session changes nothing.
  */
 int zon_host_toolkit_init(void);
-/* The theme file zon_host_toolkit_init() uses. Valid until the next call of either. */
+/** The theme file zon_host_toolkit_init() uses. Valid until the next call of either. */
 const char *zon_host_toolkit_theme_path(void);
 
-/*
+/**
  * Runs the toolkit's main loop (and dispatches GLib's default context, where the host's own
  * deliveries wait) until done(data) returns true or max_seconds have passed. done is checked
  * before every iteration, so a condition that already holds returns at once; NULL runs the
@@ -531,19 +568,19 @@ const char *zon_host_toolkit_theme_path(void);
  */
 bool zon_host_toolkit_pump(double max_seconds, bool (*done)(void *data), void *data);
 
-/* Presses the back key: the receiving object's back callbacks run now. Returns the receiving
+/** Presses the back key: the receiving object's back callbacks run now. Returns the receiving
  * object, NULL when no shown object has a back callback. */
 struct _Eo_Opaque *zon_host_back_key(void);
-/* Turns the bezel by one detent: the rotary handlers and the activated object's rotary
+/** Turns the bezel by one detent: the rotary handlers and the activated object's rotary
  * callbacks run now. Returns true when at least one of them ran. */
 bool zon_host_rotary_event(bool clockwise);
-/* The object whose rotary events are activated, NULL when none is. */
+/** The object whose rotary events are activated, NULL when none is. */
 struct _Eo_Opaque *zon_host_rotary_activated_object(void);
-/* The object a circle surface was added to; NULL when the surface is gone (deleted, or its
+/** The object a circle surface was added to; NULL when the surface is gone (deleted, or its
  * object deleted). */
 struct _Eo_Opaque *zon_host_circle_surface_owner(const struct _Eext_Circle_Surface *surface);
 
-/*
+/**
  * The screen reader. It is on when the device's setting "db/setting/accessibility/tts" is
  * true; zon_host_set_screen_reader() sets it (0, or -1 when vconf fails). The toolkit asks
  * every time, so a change takes effect at once.
@@ -575,6 +612,7 @@ struct _Eo_Opaque *zon_host_circle_surface_owner(const struct _Eext_Circle_Surfa
  * e.g. ELM_ATSPI_RELATION_FLOWS_TO, 10): stores up to max targets in order of appending and
  * returns how many there are. Relations to a deleted object are dropped with it.
  */
+/** @{ */
 int zon_host_set_screen_reader(bool on);
 char *zon_host_screen_reader_text(const struct _Eo_Opaque *obj);
 struct _Eo_Opaque *zon_host_screen_reader_highlighted(void);
@@ -584,6 +622,7 @@ int zon_host_screen_reader_activate(struct _Eo_Opaque *obj);
 int zon_host_screen_reader_gesture(struct _Eo_Opaque *obj, int gesture);
 size_t zon_host_access_relations(const struct _Eo_Opaque *obj, int relation, struct _Eo_Opaque **targets,
 		size_t max);
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,13 @@
+# Runs doxygen and fails when it wrote any warning: cmake -DDOXYGEN=... -DDOXYFILE=... -DLOG=... -P
+file(REMOVE ${LOG})
+execute_process(COMMAND ${DOXYGEN} ${DOXYFILE} RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "doxygen failed (${result})")
+endif()
+file(STRINGS ${LOG} warnings)
+list(LENGTH warnings count)
+if(count GREATER 0)
+  list(JOIN warnings "\n" text)
+  message(FATAL_ERROR "${count} doxygen warning line(s):\n${text}")
+endif()
+message(STATUS "the API reference has no warning")
