@@ -122,9 +122,10 @@ private:
 	// The predefined rows only; _resetToPredefinedCities() announces them once committed.
 	void _insertPredefinedCities();
 	bool _extractDataFromStms(sqlite3_stmt* stmt, Cityinfo& city);
-	// The same with the positions of the "id", "city_id" and "english_name" columns (-1: absent)
-	// found once per statement.
-	bool _extractDataFromColumns(sqlite3_stmt* stmt, const int columns[3], Cityinfo& city);
+	// The catalogue row of the statement's current row, its dbId set from the row (the catalogue
+	// keeps it), or null. columns: the positions of "id", "city_id" and "english_name" (-1:
+	// absent), found once per statement.
+	Cityinfo* _catalogueRowOf(sqlite3_stmt* stmt, const int columns[3]);
 	// Prepares, steps once when the prepare succeeded, finalizes; false when the prepare failed.
 	// A failed prepare or step is recorded for lastError() and logged with SQLite's message.
 	bool _runStatement(const char* query);
@@ -142,6 +143,10 @@ private:
 	int _lastError;
 	std::string _lastErrorMessage;
 	int _lastSystemError;
+	// Why initialize() could not open the file; what an operation without a connection reports.
+	int _openError;
+	std::string _openErrorMessage;
+	int _openSystemError;
 
 	static ZonDBManager* _instance;
 };

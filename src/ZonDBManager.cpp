@@ -82,6 +82,8 @@ ZonDBManager::ZonDBManager()
 	: _dbHandler(nullptr)
 	, _lastError(SQLITE_OK)
 	, _lastSystemError(0)
+	, _openError(SQLITE_OK)
+	, _openSystemError(0)
 {
 	bool existing = false;
 	preference_is_existing(ZON_DB_CHANGED_KEY, &existing);
@@ -104,6 +106,8 @@ ZonDBManager::ZonDBManager(const ZonDBManager&)
 	: _dbHandler(nullptr)
 	, _lastError(SQLITE_OK)
 	, _lastSystemError(0)
+	, _openError(SQLITE_OK)
+	, _openSystemError(0)
 {
 }
 
@@ -123,12 +127,14 @@ void ZonDBManager::_clearError()
 
 void ZonDBManager::_recordError(int rc, const char* what)
 {
-	const char* message = _dbHandler ? sqlite3_errmsg(_dbHandler) : kNotOpenMessage;
-	int systemError = _dbHandler ? sqlite3_system_errno(_dbHandler) : 0;
+	// Without a connection the reason is the open that did not happen, when there was one.
+	bool notOpen = !_dbHandler && _openError == SQLITE_OK;
+	const char* message = _dbHandler ? sqlite3_errmsg(_dbHandler) : notOpen ? kNotOpenMessage : _openErrorMessage.c_str();
+	int systemError = _dbHandler ? sqlite3_system_errno(_dbHandler) : notOpen ? 0 : _openSystemError;
 	WERROR("%s: %s (%d)", what, message, rc);
 	if (_lastError != SQLITE_OK)
 		return;
-	_lastError = rc & 0xff;
+	_lastError = _dbHandler || notOpen ? rc & 0xff : _openError;
 	_lastErrorMessage = message;
 	_lastSystemError = systemError;
 }
@@ -186,9 +192,12 @@ void ZonDBManager::initialize()
 	finalize();
 
 	_clearError();
+	_openError = SQLITE_OK;
 
 	char dbPath[ZON_DB_PATH_SIZE] = {0};
+	errno = 0;
 	char* dataPath = app_get_data_path();
+	int pathErrno = errno;
 	if (dataPath) {
 		snprintf(dbPath, sizeof(dbPath), "%s%s", dataPath, ZON_DB_FILE_NAME);
 		free(dataPath);
@@ -208,6 +217,10 @@ void ZonDBManager::initialize()
 		// Opening a bare "zonvista.db" would put the list in whatever the working directory is.
 		WERROR("app_get_data_path is failed.");
 		WERROR("open database is failed.");
+		_openError = SQLITE_CANTOPEN;
+		_openSystemError = pathErrno;
+		_openErrorMessage = "the application data directory is not available";
+		_recordError(SQLITE_CANTOPEN, "app_get_data_path");
 	}
 
 	std::string cQuery = std::string("CREATE TABLE IF NOT EXISTS ") + ZON_DB_TABLE_NAME + "("
@@ -271,6 +284,7 @@ void ZonDBManager::initialize()
 
 void ZonDBManager::finalize()
 {
+	_openError = SQLITE_OK;
 	if (_dbHandler) {
 		sqlite3_close(_dbHandler);
 		_dbHandler = nullptr;
@@ -389,10 +403,10 @@ const std::vector<Cityinfo>& ZonDBManager::getAllCityList(bool isExternal)
 		// The busy handler has already waited; any failure ends the read, as SQLite would
 		// restart the statement on the next step and hand out the same rows again.
 		while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
-			// Converted in place: a record is 800 bytes and lists are read on every refresh.
-			_citylist.emplace_back();
-			if (!_extractDataFromColumns(stmt, columns, _citylist.back()))
-				_citylist.pop_back();
+			// Copied once, straight from the catalogue: a record is 800 bytes and lists are read
+			// on every refresh.
+			if (const Cityinfo* row = _catalogueRowOf(stmt, columns))
+				_citylist.push_back(*row);
 		}
 		if (ret != SQLITE_DONE) {
 			WERROR("reading the city list is failed.(%d)", ret);
@@ -416,34 +430,36 @@ bool ZonDBManager::_extractDataFromStms(sqlite3_stmt* stmt, Cityinfo& city)
 {
 	int columns[3];
 	findRowColumns(stmt, columns);
-	return _extractDataFromColumns(stmt, columns, city);
+	const Cityinfo* row = _catalogueRowOf(stmt, columns);
+	if (!row) {
+		memset(&city, 0, sizeof(city));
+		return false;
+	}
+	city = *row;
+	return true;
 }
 
-bool ZonDBManager::_extractDataFromColumns(sqlite3_stmt* stmt, const int columns[3], Cityinfo& city)
+Cityinfo* ZonDBManager::_catalogueRowOf(sqlite3_stmt* stmt, const int columns[3])
 {
-	memset(&city, 0, sizeof(city));
-	if (columns[0] >= 0)
-		city.dbId = sqlite3_column_int(stmt, columns[0]);
-	if (columns[1] >= 0)
-		city.id = sqlite3_column_int(stmt, columns[1]);
-	if (columns[2] >= 0) {
-		const char* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, columns[2]));
-		if (text)
-			strncpy(city.cityname_eng, text, ZON_DB_NAME_READ_MAX);
-	}
+	int dbId = columns[0] >= 0 ? sqlite3_column_int(stmt, columns[0]) : 0;
+	int id = columns[1] >= 0 ? sqlite3_column_int(stmt, columns[1]) : 0;
+	const char* text = columns[2] >= 0 ? reinterpret_cast<const char*>(sqlite3_column_text(stmt, columns[2])) : nullptr;
+	if (!text)
+		text = "";
+	// The stored name as it would be read back into a record: its first 64 bytes.
+	size_t length = strnlen(text, ZON_DB_NAME_READ_MAX);
 
 	// Row i holds id i + 1, so the row to find is normally the one at id - 1; the scan keeps the
 	// answer right for any table.
-	int first = (city.id >= 1 && city.id <= ZON_CITY_COUNT) ? city.id - 1 : 0;
+	int first = (id >= 1 && id <= ZON_CITY_COUNT) ? id - 1 : 0;
 	for (int n = 0; n < ZON_CITY_COUNT; ++n) {
 		Cityinfo& row = allCityList[n == 0 ? first : (n <= first ? n - 1 : n)];
-		if (row.id == city.id && !strcmp(row.cityname_eng, city.cityname_eng)) {
-			row.dbId = city.dbId;
-			city = row;
-			return true;
+		if (row.id == id && !strncmp(row.cityname_eng, text, length) && row.cityname_eng[length] == '\0') {
+			row.dbId = dbId;
+			return &row;
 		}
 	}
-	return false;
+	return nullptr;
 }
 
 bool ZonDBManager::isExist(const Cityinfo* city, bool isExternal)
