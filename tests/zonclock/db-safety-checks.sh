@@ -19,9 +19,9 @@ zonclock=$(realpath "${1:-$here/build/tools/zonclock/zonclock}")
 command -v sqlite3 >/dev/null || { echo "the sqlite3 shell is needed" >&2; exit 2; }
 
 if [ $quick = 1 ]; then
-	races=1 sameRaces=2 cities=30 listRuns=30 killPoints=10 restoreCities=20
+	races=1 sameRaces=1 cities=10 listRuns=10 killPoints=5 restoreCities=20 freeStep=32768
 else
-	races=3 sameRaces=10 cities=100 listRuns=300 killPoints=100 restoreCities=20
+	races=3 sameRaces=10 cities=100 listRuns=300 killPoints=100 restoreCities=20 freeStep=4096
 fi
 
 work=$(mktemp -d /tmp/zon-db-checks-XXXXXX)
@@ -117,7 +117,7 @@ report "restore killed at $killPoints points over $((duration / 1000)) ms" "old 
 if [ "$(id -u)" = 0 ] && mkdir -p "$work/small" && mount -t tmpfs -o size=2m tmpfs "$work/small" 2>/dev/null; then
 	mounted="$work/small"
 	partial=0 old=0 new=0 steps=0
-	for free in $(seq 0 4096 65536); do
+	for free in $(seq 0 "$freeStep" 65536); do
 		root="$work/small/device"; rm -rf "$root" "$work/small/filler"
 		prepareRestore "$root"
 		available=$(( $(stat -f -c '%a * %S' "$work/small") ))
@@ -155,8 +155,11 @@ damage cut-page "damaged" 'truncate -s 5000 "$db"' "$zonclock" --root "$work/dam
 damage directory "a directory" 'rm -f "$db"; mkdir "$db"' "$zonclock" --root "$work/damaged-directory" list
 damage remove-garbage "not a database" 'head -c 8192 /dev/urandom > "$db"' "$zonclock" --root "$work/damaged-remove-garbage" remove 11
 damage backup-garbage "not a database" 'head -c 8192 /dev/urandom > "$db"' "$zonclock" --root "$work/damaged-backup-garbage" backup "$work/never.backup"
-damage locked "locked" '(echo "BEGIN EXCLUSIVE; DELETE FROM added_city2;"; sleep 4; echo "ROLLBACK;") | sqlite3 "$db" & sleep 0.3' "$zonclock" --root "$work/damaged-locked" add 299
-wait
+# The lock is held from the marker on, long enough for zonclock's wait to run out.
+lockHeld='(echo "BEGIN EXCLUSIVE; DELETE FROM added_city2;"; echo ".system touch $work/locked"; sleep 10) 2>/dev/null | sqlite3 "$db" >/dev/null 2>&1 &
+	lockPid=$!; undo="kill \$lockPid"
+	for i in $(seq 100); do [ -e "$work/locked" ] && break; sleep 0.1; done'
+damage locked "locked" "$lockHeld" "$zonclock" --root "$work/damaged-locked" add 299
 if [ "$(id -u)" = 0 ] && command -v runuser >/dev/null; then
 	damage no-permission "no permission" 'chmod 755 "$work"; chmod -R go-rwx "$root/apps"' runuser -u nobody -- "$zonclock" --root "$work/damaged-no-permission" list
 	damage no-permission-write "no permission" 'chmod 755 "$work"; chmod -R a+rX "$root"; chmod 444 "$db"' runuser -u nobody -- "$zonclock" --root "$work/damaged-no-permission-write" add 299
