@@ -92,8 +92,9 @@ public:
 
 	// The first SQLite failure of the last operation above (a primary result code such as
 	// SQLITE_BUSY, SQLITE_NOTADB, SQLITE_FULL), or SQLITE_OK (0) when all of it succeeded.
-	// SQLITE_MISUSE when the database is not open. Every operation starts afresh, isExist()
-	// and the transaction calls included.
+	// Without a connection: the failure of the open when initialize() could not open the file,
+	// else SQLITE_MISUSE. Every operation starts afresh, isExist() and the transaction calls
+	// included.
 	int lastError() const { return _lastError; }
 	// SQLite's text for it ("database is locked"), empty after a success.
 	const std::string& lastErrorMessage() const { return _lastErrorMessage; }
@@ -135,7 +136,6 @@ private:
 	void _recordError(int rc, const char* what);
 	// Runs the retail reset's statements as one transaction (or inside the caller's).
 	void _resetToPredefinedCities(const char* failureMessage);
-
 
 	std::vector<Cityinfo> _citylist;
 	sqlite3* _dbHandler;
