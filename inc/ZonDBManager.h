@@ -12,8 +12,16 @@
  * "ZON_DB_STATUS_CHANGE" and "ZonDBChanged" toggles between 0 and 1. remove() announces nothing;
  * call setPreferenceAfterDbChange() after it if other processes must learn of a removal.
  *
- * Failures are never thrown and, but for getWeatherInfo(), never reported: they are logged and
- * the table is left as it was.
+ * Failures are never thrown. The operations themselves report none (but for getWeatherInfo()):
+ * each failure is logged, with SQLite's own message beside the line of the operation, and the
+ * table is left as it was. A caller that must tell an empty list from an unreadable one asks
+ * lastError() right after the call.
+ *
+ * The file is kept in write-ahead-log mode (the "-wal" and "-shm" files beside it belong to it),
+ * so readers in other processes are never blocked by a writer, and a connection waits up to
+ * kBusyTimeoutMs for another process's write to end before a statement fails as busy.
+ * Multi-row changes made here (the retail reset, the predefined cities) are one transaction
+ * each; callers group their own with beginTransaction()/commitTransaction().
  *
  * Ownership and threading: a process-wide singleton that lives until the process ends;
  * finalize() closes the file without deleting the object. Main-loop thread only, no locking.
@@ -92,6 +100,33 @@ public:
 	/// Announces a change to the other processes.
 	void setPreferenceAfterDbChange();
 
+	/// @name Beyond the calls above: failures and transactions
+	/// @{
+
+	/// How long a statement waits for another connection's lock (the widget, the service and the
+	/// application share the file).
+	static const int kBusyTimeoutMs = 2500;
+
+	/// The first SQLite failure of the last operation above (a primary result code such as
+	/// SQLITE_BUSY, SQLITE_NOTADB, SQLITE_FULL), or SQLITE_OK (0) when all of it succeeded.
+	/// Without a connection: the failure of the open when initialize() could not open the file,
+	/// else SQLITE_MISUSE. Every operation starts afresh, isExist() and the transaction calls
+	/// included.
+	int lastError() const { return _lastError; }
+	/// SQLite's text for it ("database is locked"), empty after a success.
+	const std::string& lastErrorMessage() const { return _lastErrorMessage; }
+	/// The errno of the failed system call behind lastError(), 0 when there was none.
+	int lastSystemError() const { return _lastSystemError; }
+
+	/// BEGIN IMMEDIATE: takes the write lock now (waiting as above), so that a read-check-write
+	/// sequence cannot interleave with another process's. No nesting. False when it failed.
+	bool beginTransaction();
+	/// COMMIT; false (and the transaction rolled back) when it could not be committed.
+	bool commitTransaction();
+	/// ROLLBACK of an open transaction; nothing when none is open.
+	void rollbackTransaction();
+	/// @}
+
 	/// Never called by the library: the singleton lives until the process ends.
 	virtual ~ZonDBManager();
 
@@ -104,13 +139,33 @@ private:
 	bool _isIFABinary();
 	bool _isLDUBinary();
 	void _notifyDBChanged();
+	// The predefined rows only; _resetToPredefinedCities() announces them once committed.
 	void _insertPredefinedCities();
 	bool _extractDataFromStms(sqlite3_stmt* stmt, Cityinfo& city);
-	/// Prepares, steps once when the prepare succeeded, finalizes; false when the prepare failed.
+	// The catalogue row of the statement's current row, its dbId set from the row (the catalogue
+	// keeps it), or null. columns: the positions of "id", "city_id" and "english_name" (-1:
+	// absent), found once per statement.
+	Cityinfo* _catalogueRowOf(sqlite3_stmt* stmt, const int columns[3]);
+	// Prepares, steps once when the prepare succeeded, finalizes; false when the prepare failed.
+	// A failed prepare or step is recorded for lastError() and logged with SQLite's message.
 	bool _runStatement(const char* query);
+	// Starts an operation: lastError() reads SQLITE_OK until _recordError().
+	void _clearError();
+	// Keeps the first failure of the operation; rc is a SQLite result code.
+	void _recordError(int rc, const char* what);
+	// Runs the retail reset's statements as one transaction (or inside the caller's).
+	void _resetToPredefinedCities(const char* failureMessage);
 
 	std::vector<Cityinfo> _citylist;
 	sqlite3* _dbHandler;
+	// What lastError() and its companions answer.
+	int _lastError;
+	std::string _lastErrorMessage;
+	int _lastSystemError;
+	// Why initialize() could not open the file; what an operation without a connection reports.
+	int _openError;
+	std::string _openErrorMessage;
+	int _openSystemError;
 
 	static ZonDBManager* _instance;
 };

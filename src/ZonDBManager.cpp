@@ -2,6 +2,7 @@
 
 #include "ZonDBManager.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -48,18 +49,22 @@ const PredefinedCity predefinedCities[] = {
 	{39, "Berlin"},
 };
 
-// Steps a statement that has a result, giving a busy database a few more chances. Any other
-// failure ends the read: after an error SQLite would restart the statement on the next step and
-// hand out the same rows again.
-int stepRow(sqlite3_stmt* stmt)
+const char kNotOpenMessage[] = "the database is not open";
+
+// Positions of the "id", "city_id" and "english_name" result columns, -1 for an absent one. The
+// last column of a name wins, as a by-name read of every column would have it.
+void findRowColumns(sqlite3_stmt* stmt, int columns[3])
 {
-	int busyTries = 0;
-	int rc;
-	while ((rc = sqlite3_step(stmt)) == SQLITE_BUSY || rc == SQLITE_LOCKED) {
-		if (++busyTries >= 50)
-			break;
+	static const char* const wanted[3] = {"id", "city_id", "english_name"};
+	columns[0] = columns[1] = columns[2] = -1;
+	int columnCount = sqlite3_column_count(stmt);
+	for (int i = 0; i < columnCount; ++i) {
+		const char* name = sqlite3_column_name(stmt, i);
+		for (int k = 0; k < 3 && name; ++k) {
+			if (!strcmp(name, wanted[k]))
+				columns[k] = i;
+		}
 	}
-	return rc;
 }
 
 }
@@ -75,6 +80,10 @@ ZonDBManager* ZonDBManager::getInstance()
 
 ZonDBManager::ZonDBManager()
 	: _dbHandler(nullptr)
+	, _lastError(SQLITE_OK)
+	, _lastSystemError(0)
+	, _openError(SQLITE_OK)
+	, _openSystemError(0)
 {
 	bool existing = false;
 	preference_is_existing(ZON_DB_CHANGED_KEY, &existing);
@@ -95,6 +104,10 @@ ZonDBManager::ZonDBManager()
 
 ZonDBManager::ZonDBManager(const ZonDBManager&)
 	: _dbHandler(nullptr)
+	, _lastError(SQLITE_OK)
+	, _lastSystemError(0)
+	, _openError(SQLITE_OK)
+	, _openSystemError(0)
 {
 }
 
@@ -105,19 +118,71 @@ ZonDBManager::~ZonDBManager()
 	_citylist.shrink_to_fit();
 }
 
+void ZonDBManager::_clearError()
+{
+	_lastError = SQLITE_OK;
+	_lastErrorMessage.clear();
+	_lastSystemError = 0;
+}
+
+void ZonDBManager::_recordError(int rc, const char* what)
+{
+	// Without a connection the reason is the open that did not happen, when there was one.
+	bool notOpen = !_dbHandler && _openError == SQLITE_OK;
+	const char* message = _dbHandler ? sqlite3_errmsg(_dbHandler) : notOpen ? kNotOpenMessage : _openErrorMessage.c_str();
+	int systemError = _dbHandler ? sqlite3_system_errno(_dbHandler) : notOpen ? 0 : _openSystemError;
+	WERROR("%s: %s (%d)", what, message, rc);
+	if (_lastError != SQLITE_OK)
+		return;
+	_lastError = _dbHandler || notOpen ? rc & 0xff : _openError;
+	_lastErrorMessage = message;
+	_lastSystemError = systemError;
+}
+
 bool ZonDBManager::_runStatement(const char* query)
 {
 	// Without a connection there is nothing to prepare; SQLite itself would not survive a null
 	// handle, so this counts as a failed prepare and the caller logs it as such.
-	if (!_dbHandler || !query)
+	if (!_dbHandler || !query) {
+		_recordError(_dbHandler ? SQLITE_NOMEM : SQLITE_MISUSE, "sqlite3_prepare_v2");
 		return false;
+	}
 
 	sqlite3_stmt* stmt = nullptr;
 	int ret = sqlite3_prepare_v2(_dbHandler, query, -1, &stmt, nullptr);
-	if (ret == SQLITE_OK)
-		sqlite3_step(stmt);
+	if (ret == SQLITE_OK) {
+		int step = sqlite3_step(stmt);
+		if (step != SQLITE_ROW && step != SQLITE_DONE)
+			_recordError(step, "sqlite3_step");
+	} else {
+		_recordError(ret, "sqlite3_prepare_v2");
+	}
 	sqlite3_finalize(stmt);
 	return ret == SQLITE_OK;
+}
+
+bool ZonDBManager::beginTransaction()
+{
+	_clearError();
+	return _runStatement("BEGIN IMMEDIATE;") && _lastError == SQLITE_OK;
+}
+
+bool ZonDBManager::commitTransaction()
+{
+	_clearError();
+	if (_runStatement("COMMIT;") && _lastError == SQLITE_OK)
+		return true;
+	// A failed COMMIT may leave the transaction open (SQLITE_BUSY): never keep half of it.
+	if (_dbHandler && !sqlite3_get_autocommit(_dbHandler))
+		sqlite3_exec(_dbHandler, "ROLLBACK;", nullptr, nullptr, nullptr);
+	return false;
+}
+
+void ZonDBManager::rollbackTransaction()
+{
+	_clearError();
+	if (_dbHandler && !sqlite3_get_autocommit(_dbHandler))
+		_runStatement("ROLLBACK;");
 }
 
 void ZonDBManager::initialize()
@@ -126,17 +191,36 @@ void ZonDBManager::initialize()
 	// rather than leak the earlier connection.
 	finalize();
 
+	_clearError();
+	_openError = SQLITE_OK;
+
 	char dbPath[ZON_DB_PATH_SIZE] = {0};
+	errno = 0;
 	char* dataPath = app_get_data_path();
+	int pathErrno = errno;
 	if (dataPath) {
 		snprintf(dbPath, sizeof(dbPath), "%s%s", dataPath, ZON_DB_FILE_NAME);
 		free(dataPath);
-		if (sqlite3_open(dbPath, &_dbHandler) != SQLITE_OK)
+		int rc = sqlite3_open(dbPath, &_dbHandler);
+		if (rc != SQLITE_OK) {
 			WERROR("open database is failed.");
+			_recordError(rc, "sqlite3_open");
+		} else {
+			sqlite3_busy_timeout(_dbHandler, kBusyTimeoutMs);
+			// One fsync per transaction instead of four, and readers that never wait for a
+			// writer. Both fail harmlessly on a file that is not a database; the creation
+			// statement below then logs it.
+			sqlite3_exec(_dbHandler, "PRAGMA journal_mode=WAL;", nullptr, nullptr, nullptr);
+			sqlite3_exec(_dbHandler, "PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
+		}
 	} else {
 		// Opening a bare "zonvista.db" would put the list in whatever the working directory is.
 		WERROR("app_get_data_path is failed.");
 		WERROR("open database is failed.");
+		_openError = SQLITE_CANTOPEN;
+		_openSystemError = pathErrno;
+		_openErrorMessage = "the application data directory is not available";
+		_recordError(SQLITE_CANTOPEN, "app_get_data_path");
 	}
 
 	std::string cQuery = std::string("CREATE TABLE IF NOT EXISTS ") + ZON_DB_TABLE_NAME + "("
@@ -187,9 +271,7 @@ void ZonDBManager::initialize()
 				WINFO(".zonvista_ldu file is written.");
 				fprintf(file, "%s\n", ZON_LDU_MARKER_FILE);
 				fflush(file);
-				std::string deleteQuery = std::string("DELETE FROM ") + ZON_DB_TABLE_NAME;
-				_runStatement(deleteQuery.c_str());
-				_insertPredefinedCities();
+				_resetToPredefinedCities(nullptr);
 			} else {
 				WERROR(".zonvista_ldu file writing is failed.");
 			}
@@ -202,6 +284,7 @@ void ZonDBManager::initialize()
 
 void ZonDBManager::finalize()
 {
+	_openError = SQLITE_OK;
 	if (_dbHandler) {
 		sqlite3_close(_dbHandler);
 		_dbHandler = nullptr;
@@ -251,6 +334,7 @@ bool ZonDBManager::_isLDUBinary()
 
 void ZonDBManager::insert(int cityId, const char* englishName, bool isExternal)
 {
+	_clearError();
 	char* query = sqlite3_mprintf("INSERT INTO %s VALUES(null, %d, %Q, 0, 0, 0, 0, %d);",
 		ZON_DB_TABLE_NAME, cityId, englishName, isExternal ? 1 : 0);
 	WINFO("qery %s", query ? query : "");
@@ -267,6 +351,7 @@ void ZonDBManager::insert(int cityId, std::string englishName, bool isExternal)
 
 void ZonDBManager::remove(int cityId, const char* englishName, bool isExternal, bool, bool)
 {
+	_clearError();
 	char* query = sqlite3_mprintf("DELETE FROM %Q where city_id = %d and is_external = %d and english_name = %Q;",
 		ZON_DB_TABLE_NAME, cityId, isExternal ? 1 : 0, englishName);
 	WINFO("query %s", query ? query : "");
@@ -282,8 +367,10 @@ void ZonDBManager::remove(int cityId, std::string englishName)
 
 void ZonDBManager::update(int cityId, int newCityId, const char* newEnglishName, bool isExternal)
 {
+	_clearError();
 	if (!_dbHandler) {
 		WERROR("_dbHandler is nullptr!");
+		_recordError(SQLITE_MISUSE, "update");
 		return;
 	}
 	char* query = sqlite3_mprintf("UPDATE %Q set city_id=%d, english_name=%Q, weather_type = 0, temparature = 0, "
@@ -303,23 +390,33 @@ void ZonDBManager::update(int cityId, int newCityId, std::string newEnglishName)
 
 const std::vector<Cityinfo>& ZonDBManager::getAllCityList(bool isExternal)
 {
+	_clearError();
 	_citylist.clear();
 
 	std::string query = std::string("SELECT * FROM ") + ZON_DB_TABLE_NAME + " WHERE is_external = "
 		+ (isExternal ? "1" : "0") + ";";
 	sqlite3_stmt* stmt = nullptr;
-	if (_dbHandler && sqlite3_prepare_v2(_dbHandler, query.c_str(), -1, &stmt, nullptr) == SQLITE_OK) {
-		int ret;
-		while ((ret = stepRow(stmt)) == SQLITE_ROW) {
-			// Converted in place: a record is 800 bytes and lists are read on every refresh.
-			_citylist.emplace_back();
-			if (!_extractDataFromStms(stmt, _citylist.back()))
-				_citylist.pop_back();
+	int ret = _dbHandler ? sqlite3_prepare_v2(_dbHandler, query.c_str(), -1, &stmt, nullptr) : SQLITE_MISUSE;
+	if (ret == SQLITE_OK) {
+		int columns[3];
+		findRowColumns(stmt, columns);
+		// The busy handler has already waited; any failure ends the read, as SQLite would
+		// restart the statement on the next step and hand out the same rows again.
+		while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
+			// Copied once, straight from the catalogue: a record is 800 bytes and lists are read
+			// on every refresh.
+			if (const Cityinfo* row = _catalogueRowOf(stmt, columns))
+				_citylist.push_back(*row);
 		}
-		if (ret != SQLITE_DONE)
+		if (ret != SQLITE_DONE) {
 			WERROR("reading the city list is failed.(%d)", ret);
+			_recordError(ret, "sqlite3_step");
+			// Half a list is no list: a caller that checks lastError() must not see some rows.
+			_citylist.clear();
+		}
 	} else {
 		WERROR("select query is failed.");
+		_recordError(ret, "sqlite3_prepare_v2");
 	}
 	sqlite3_finalize(stmt);
 
@@ -331,40 +428,43 @@ const std::vector<Cityinfo>& ZonDBManager::getAllCityList(bool isExternal)
 
 bool ZonDBManager::_extractDataFromStms(sqlite3_stmt* stmt, Cityinfo& city)
 {
-	memset(&city, 0, sizeof(city));
-
-	int columnCount = sqlite3_column_count(stmt);
-	for (int i = 0; i < columnCount; ++i) {
-		const char* name = sqlite3_column_name(stmt, i);
-		if (!name)
-			continue;
-		if (!strcmp(name, "id")) {
-			city.dbId = sqlite3_column_int(stmt, i);
-		} else if (!strcmp(name, "city_id")) {
-			city.id = sqlite3_column_int(stmt, i);
-		} else if (!strcmp(name, "english_name")) {
-			const char* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, i));
-			if (text)
-				strncpy(city.cityname_eng, text, ZON_DB_NAME_READ_MAX);
-		}
+	int columns[3];
+	findRowColumns(stmt, columns);
+	const Cityinfo* row = _catalogueRowOf(stmt, columns);
+	if (!row) {
+		memset(&city, 0, sizeof(city));
+		return false;
 	}
+	city = *row;
+	return true;
+}
+
+Cityinfo* ZonDBManager::_catalogueRowOf(sqlite3_stmt* stmt, const int columns[3])
+{
+	int dbId = columns[0] >= 0 ? sqlite3_column_int(stmt, columns[0]) : 0;
+	int id = columns[1] >= 0 ? sqlite3_column_int(stmt, columns[1]) : 0;
+	const char* text = columns[2] >= 0 ? reinterpret_cast<const char*>(sqlite3_column_text(stmt, columns[2])) : nullptr;
+	if (!text)
+		text = "";
+	// The stored name as it would be read back into a record: its first 64 bytes.
+	size_t length = strnlen(text, ZON_DB_NAME_READ_MAX);
 
 	// Row i holds id i + 1, so the row to find is normally the one at id - 1; the scan keeps the
 	// answer right for any table.
-	int first = (city.id >= 1 && city.id <= ZON_CITY_COUNT) ? city.id - 1 : 0;
+	int first = (id >= 1 && id <= ZON_CITY_COUNT) ? id - 1 : 0;
 	for (int n = 0; n < ZON_CITY_COUNT; ++n) {
 		Cityinfo& row = allCityList[n == 0 ? first : (n <= first ? n - 1 : n)];
-		if (row.id == city.id && !strcmp(row.cityname_eng, city.cityname_eng)) {
-			row.dbId = city.dbId;
-			city = row;
-			return true;
+		if (row.id == id && !strncmp(row.cityname_eng, text, length) && row.cityname_eng[length] == '\0') {
+			row.dbId = dbId;
+			return &row;
 		}
 	}
-	return false;
+	return nullptr;
 }
 
 bool ZonDBManager::isExist(const Cityinfo* city, bool isExternal)
 {
+	_clearError();
 	if (!city) {
 		WERROR("invalid argument!");
 		return false;
@@ -409,16 +509,24 @@ bool ZonDBManager::isExist(const char* cityString, const char* countryString, co
 bool ZonDBManager::getWeatherInfo(int cityId, int& weatherType, int& temperature, bool& isCentigrade,
 	int& lastUpdateTime, bool isExternal)
 {
-	if (!_dbHandler)
+	_clearError();
+	if (!_dbHandler) {
+		_recordError(SQLITE_MISUSE, "getWeatherInfo");
 		return false;
+	}
 
 	std::string query = std::string("SELECT * FROM ") + ZON_DB_TABLE_NAME + " WHERE city_id="
 		+ std::to_string(cityId) + " and is_external=" + (isExternal ? "1" : "0") + ";";
 	sqlite3_stmt* stmt = nullptr;
-	if (sqlite3_prepare_v2(_dbHandler, query.c_str(), -1, &stmt, nullptr) == SQLITE_OK)
-		sqlite3_step(stmt);
-	else
+	int ret = sqlite3_prepare_v2(_dbHandler, query.c_str(), -1, &stmt, nullptr);
+	if (ret == SQLITE_OK) {
+		ret = sqlite3_step(stmt);
+		if (ret != SQLITE_ROW && ret != SQLITE_DONE)
+			_recordError(ret, "sqlite3_step");
+	} else {
 		WERROR("weather query is failed.");
+		_recordError(ret, "sqlite3_prepare_v2");
+	}
 
 	// A statement that found no row still names its columns and reads as 0, so a city that was
 	// never stored comes back as "never updated".
@@ -443,8 +551,11 @@ bool ZonDBManager::getWeatherInfo(int cityId, int& weatherType, int& temperature
 void ZonDBManager::updateWeatherInfo(int cityId, int weatherType, int temperature, bool isCentigrade,
 	int lastUpdateTime)
 {
-	if (!_dbHandler)
+	_clearError();
+	if (!_dbHandler) {
+		_recordError(SQLITE_MISUSE, "updateWeatherInfo");
 		return;
+	}
 
 	// No is_external condition: a city's weather is the same in both lists.
 	char* query = sqlite3_mprintf("UPDATE %s SET weather_type=%d, temparature=%d, is_centigrade=%d, "
@@ -457,13 +568,35 @@ void ZonDBManager::updateWeatherInfo(int cityId, int weatherType, int temperatur
 
 void ZonDBManager::setLDUMode()
 {
+	_clearError();
 	if (!_isLDUBinary())
 		return;
+	_resetToPredefinedCities("LDU mode set failed.");
+}
+
+void ZonDBManager::_resetToPredefinedCities(const char* failureMessage)
+{
+	// Either the user's list stays or the predefined one is complete: a reset cut short by a full
+	// disk or a killed process must not leave an empty or partial list.
+	bool own = _dbHandler && sqlite3_get_autocommit(_dbHandler)
+		&& sqlite3_exec(_dbHandler, "BEGIN IMMEDIATE;", nullptr, nullptr, nullptr) == SQLITE_OK;
+	if (_dbHandler && sqlite3_get_autocommit(_dbHandler) && !own)
+		_recordError(sqlite3_errcode(_dbHandler), "BEGIN IMMEDIATE");
 
 	std::string query = std::string("DELETE FROM ") + ZON_DB_TABLE_NAME;
-	if (!_runStatement(query.c_str()))
-		WERROR("LDU mode set failed.");
+	if (!_runStatement(query.c_str()) && failureMessage)
+		WERROR("%s", failureMessage);
 	_insertPredefinedCities();
+
+	if (own) {
+		if (_lastError != SQLITE_OK || sqlite3_exec(_dbHandler, "COMMIT;", nullptr, nullptr, nullptr) != SQLITE_OK) {
+			if (_lastError == SQLITE_OK)
+				_recordError(sqlite3_errcode(_dbHandler), "COMMIT");
+			sqlite3_exec(_dbHandler, "ROLLBACK;", nullptr, nullptr, nullptr);
+		}
+	}
+	// After the commit, so that a process that wakes up on it reads the new list.
+	_notifyDBChanged();
 }
 
 void ZonDBManager::setPreferenceAfterDbChange()
@@ -494,5 +627,4 @@ void ZonDBManager::_insertPredefinedCities()
 			WERROR("insert query is failed.");
 		sqlite3_free(query);
 	}
-	_notifyDBChanged();
 }

@@ -310,8 +310,9 @@ TEST_F(CityDatabase, WeatherIsSharedByBothListsAndUpdateReplacesInPlaceAndClears
 TEST_F(CityDatabase, EveryInsertAndUpdateToggleTheNotification)
 {
 	open();
-	int flag = changedFlag();
-	ASSERT_TRUE(flag == 0 || flag == 1);
+	// The singleton seeds the key once per process, so another test's device may have had it.
+	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("ZonDBChanged", 0));
+	int flag = 0;
 	int calls = 0;
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_changed_cb("ZonDBChanged", [](const char* key, void* data) {
 		if (!strcmp(key, "ZonDBChanged"))
@@ -441,24 +442,79 @@ TEST_F(CityDatabase, ForeignOrUnopenableFilesAreLoggedAndLeftAlone)
 	EXPECT_TRUE(list().empty());
 }
 
-TEST_F(CityDatabase, UnwritableFileKeepsItsRows)
+TEST_F(CityDatabase, UnopenableLogFileReadsAsAFailureNotAnEmptyList)
 {
 	open();
 	db->insert(299, "Tokyo", false);
+	EXPECT_EQ(SQLITE_OK, db->lastError());
 	db->finalize();
-	// Root ignores file modes, so besides making the file read-only, send SQLite's journal into a
-	// directory that does not exist: the file can be read but never written.
-	chmod(dbPath().c_str(), 0444);
-	ASSERT_EQ(0, symlink("/nonexistent-zon-host-dir/journal", (dbPath() + "-journal").c_str()));
+	// Root ignores file modes: send the write-ahead log into a directory that does not exist.
+	ASSERT_EQ(0, symlink("/nonexistent-zon-host-dir/wal", (dbPath() + "-wal").c_str()));
 
 	db->initialize();
+	EXPECT_TRUE(list().empty());
+	EXPECT_EQ(SQLITE_CANTOPEN, db->lastError());
+	EXPECT_FALSE(db->lastErrorMessage().empty());
 	db->insert(39, "Berlin", false);
-	db->update(299, 331, "Zurich", false);
-	db->remove(299, "Tokyo", false, true, true);
-	db->updateWeatherInfo(299, 1, 30, true, 5);
-	EXPECT_EQ(Names{"Tokyo"}, list());
-	EXPECT_EQ(std::make_tuple(true, 0, 0, false, 0), weather(299));
+	EXPECT_NE(SQLITE_OK, db->lastError());
+	EXPECT_TRUE(zon_host_log_contains("insert query is failed."));
 	db->finalize();
-	unlink((dbPath() + "-journal").c_str());
+	unlink((dbPath() + "-wal").c_str());
 	EXPECT_EQ((Rows{{"1", "299", "Tokyo", "0", "0", "0", "0", "0"}}), sql("SELECT * FROM added_city2;"));
+}
+
+TEST_F(CityDatabase, ALockedFileWaitsThenFailsWithTheReasonWhileReadersGoOn)
+{
+	open();
+	db->insert(299, "Tokyo", false);
+	sqlite3* other = nullptr;
+	ASSERT_EQ(SQLITE_OK, sqlite3_open(dbPath().c_str(), &other));
+	ASSERT_EQ(SQLITE_OK, sqlite3_exec(other, "BEGIN EXCLUSIVE; INSERT INTO added_city2 VALUES(null, 39, 'Berlin', 0, 0, 0, 0, 0);",
+		nullptr, nullptr, nullptr));
+
+	// A reader sees the last committed list; a writer waits, then reports the lock.
+	EXPECT_EQ(Names{"Tokyo"}, list());
+	EXPECT_EQ(SQLITE_OK, db->lastError());
+	int flag = changedFlag();
+	db->insert(331, "Zurich", false);
+	EXPECT_EQ(SQLITE_BUSY, db->lastError());
+	EXPECT_EQ("database is locked", db->lastErrorMessage());
+	EXPECT_TRUE(zon_host_log_contains("database is locked"));
+	EXPECT_NE(flag, changedFlag()) << "the notification goes out even for a failed insert";
+
+	ASSERT_EQ(SQLITE_OK, sqlite3_exec(other, "COMMIT;", nullptr, nullptr, nullptr));
+	sqlite3_close(other);
+	EXPECT_EQ((Names{"Tokyo", "Berlin"}), list());
+
+	// A transaction of the caller's own is all or nothing.
+	ASSERT_TRUE(db->beginTransaction());
+	db->insert(331, "Zurich", false);
+	EXPECT_EQ((Names{"Tokyo", "Berlin", "Zurich"}), list());
+	db->rollbackTransaction();
+	EXPECT_EQ((Names{"Tokyo", "Berlin"}), list());
+	ASSERT_TRUE(db->beginTransaction());
+	db->remove(299, "Tokyo", false, true, true);
+	EXPECT_TRUE(db->commitTransaction());
+	EXPECT_EQ(Names{"Berlin"}, list());
+	EXPECT_EQ((Rows{{"wal"}}), sql("PRAGMA journal_mode;"));
+}
+
+TEST_F(CityDatabase, RetailResetCutShortLeavesTheUserListWhole)
+{
+	open();
+	db->insert(299, "Tokyo", false);
+	// The second predefined city cannot be stored, as on a full disk.
+	sql("CREATE TRIGGER fail_sf BEFORE INSERT ON added_city2 WHEN NEW.city_id = 261 "
+		"BEGIN SELECT RAISE(FAIL, 'disk full'); END;");
+	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
+	int flag = changedFlag();
+	db->setLDUMode();
+	EXPECT_EQ(SQLITE_CONSTRAINT, db->lastError());
+	EXPECT_EQ(Names{"Tokyo"}, list());
+	EXPECT_NE(flag, changedFlag());
+
+	sql("DROP TRIGGER fail_sf;");
+	db->setLDUMode();
+	EXPECT_EQ(SQLITE_OK, db->lastError());
+	EXPECT_EQ(kRetailCities, list());
 }

@@ -47,7 +47,7 @@ public:
 	}
 };
 
-const char kSuiteDir[] = ZON_SOURCE_DIR "/../shared/testdata/jsontestsuite/test_parsing";
+const char kSuiteDir[] = ZON_SOURCE_DIR "/tests/data/jsontestsuite/test_parsing";
 const char kTooDeep[] = "JSON text nested deeper than 1000 levels is not parsed.";
 const char kProbeDocument[] = R"({"zon probe":"before","n":4294967301,"on":true})";
 

@@ -1,7 +1,10 @@
 // zonclock backup and restore end to end, on a device whose lists this test writes and reads
 // through the library itself, so duplicates, order and weather go beyond what zonclock's own
 // commands can make.
+#include <climits>
 #include <tuple>
+
+#include <sqlite3.h>
 
 #include "ZonCityList.h"
 #include "ZonDBManager.h"
@@ -65,31 +68,55 @@ protected:
 		return result;
 	}
 
+	// Runs SQL on the device's database with a connection of its own.
+	void sql(const std::string& statements)
+	{
+		openDevice();
+		sqlite3* handle = nullptr;
+		ASSERT_EQ(SQLITE_OK, sqlite3_open((_root + "/apps/" ZON_HOST_DEFAULT_APP_ID "/data/zonvista.db").c_str(), &handle));
+		EXPECT_EQ(SQLITE_OK, sqlite3_exec(handle, statements.c_str(), nullptr, nullptr, nullptr)) << sqlite3_errmsg(handle);
+		sqlite3_close(handle);
+	}
+
+	// A restore that must fail, change nothing and name each part of what is wrong.
+	void expectRefusedRestore(const std::string& text, const std::vector<std::string>& said)
+	{
+		const Lists current = lists();
+		std::ofstream(_file, std::ios::trunc) << text;
+		Outcome restore = zonclock({"restore", _file});
+		EXPECT_EQ(1, restore.exitCode);
+		EXPECT_EQ("", restore.out);
+		EXPECT_TRUE(contains(restore.err, "nothing was changed")) << restore.err;
+		for (const std::string& part : said)
+			EXPECT_TRUE(contains(restore.err, part)) << restore.err;
+		EXPECT_EQ(current, lists());
+	}
+
 	std::string _file;
 	ZonDBManager* _db = nullptr;
 };
 
-TEST_F(ZonclockBackupTest, RestoreReproducesBothListsWithDuplicatesOrderAndWeather)
+TEST_F(ZonclockBackupTest, RestoreReproducesBothListsWithOrderAndWeather)
 {
-	// Tokyo twice in the main list and once in the second; Cairo's catalogue name ends in a blank.
-	setLists({299, 35, 299, 54}, {39, 299});
+	// Tokyo in both lists; Cairo's catalogue name ends in a blank.
+	setLists({299, 35, 54}, {39, 299});
 	ZonDBManager* manager = db();
 	manager->updateWeatherInfo(299, SUNNY, 21, true, 1700000000);
-	manager->updateWeatherInfo(35, RAIN, -3, false, 1700000100);
+	manager->updateWeatherInfo(35, RAIN, INT_MIN, false, 1700000100);
 	manager->updateWeatherInfo(39, SNOW, -7, true, 1700000200);
 	manager->finalize();
 	const Lists before = lists();
 	ASSERT_EQ((Row{299, "Tokyo", SUNNY, 21, true, 1700000000}), before.second.at(1));
-	ASSERT_EQ((Row{54, "Cairo ", 0, 0, false, 0}), before.first.at(3));
+	ASSERT_EQ((Row{54, "Cairo ", 0, 0, false, 0}), before.first.at(2));
 
 	Outcome backup = zonclock({"backup", _file});
-	EXPECT_EQ("Backed up 4 cities of the main list and 2 of the second list to " + _file + ".\n", backup.out);
+	EXPECT_EQ("Backed up 3 cities of the main list and 2 of the second list to " + _file + ".\n", backup.out);
 	setLists({11}, {11, 35});
 	manager = db();
 	manager->updateWeatherInfo(35, CLOUDY, 30, true, 1800000000);
 	manager->finalize();
 	Outcome restore = zonclock({"restore", _file});
-	EXPECT_EQ("Restored 4 cities to the main list and 2 to the second list from " + _file + ".\n", restore.out);
+	EXPECT_EQ("Restored 3 cities to the main list and 2 to the second list from " + _file + ".\n", restore.out);
 	EXPECT_EQ(before, lists());
 	// Neither session leaves its file in the application's trusted directory.
 	for (const char* name : {"backup.dat", "restore.dat"})
@@ -103,53 +130,109 @@ TEST_F(ZonclockBackupTest, RestoreReproducesBothListsWithDuplicatesOrderAndWeath
 	EXPECT_EQ(Lists(), lists());
 }
 
-TEST_F(ZonclockBackupTest, DamagedFileChangesNothingAndSaysWhy)
+TEST_F(ZonclockBackupTest, DamagedOrImplausibleFileChangesNothingAndListsEveryProblem)
 {
 	setLists({299, 35, 54}, {39});
 	EXPECT_SUCCESS(zonclock({"backup", _file}));
 	const std::string good = readFile(_file);
 	setLists({11, 35}, {});
-	const Lists current = lists();
 
-	auto replaced = [&good](const std::string& from, const std::string& to) {
+	auto replaced = [&good](std::vector<std::pair<std::string, std::string>> edits) {
 		std::string text = good;
-		size_t at = text.find(from);
-		EXPECT_NE(std::string::npos, at) << from;
-		return at == std::string::npos ? text : text.replace(at, from.size(), to);
+		for (const auto& [from, to] : edits) {
+			size_t at = text.find(from);
+			EXPECT_NE(std::string::npos, at) << from;
+			if (at != std::string::npos)
+				text.replace(at, from.size(), to);
+		}
+		return text;
 	};
 	// The last record dropped, and the count made to agree: the file is sound, the set is not.
 	std::string shortened = good.substr(0, good.find("\n[record 4]")) + "\n";
 	shortened = shortened.replace(shortened.find("count=5"), 7, "count=4");
 
 	const std::pair<std::string, std::vector<std::string>> cases[] = {
-		{replaced("\"list\":\"main\",\"position\":1", "\"list\":\"main\",\"posi"),
+		{replaced({{"\"list\":\"main\",\"position\":1", "\"list\":\"main\",\"posi"}}),
 			{"[record 2]: it is not a record of a zonclock backup", "main list position 2 is missing"}},
-		{replaced("\"cityId\":35,", "\"cityId\":36,"),
+		{replaced({{"\"cityId\":35,", "\"cityId\":36,"}}),
 			{"[record 2]: city 36 \"Beijing\" is not in the catalogue", "main list position 2 is missing"}},
-		{replaced("\"temperature\":0,", ""), {"[record 1]: the city has no valid temperature"}},
+		{replaced({{"\"temperature\":0,", ""}}), {"[record 1]: the city is not valid: temperature is missing"}},
 		{shortened, {"second list position 1 is missing"}},
-		{replaced("\"kind\":\"zonclock.city\"", "\"kind\":\"zonclock.manifest\""),
-			{"[record 1]: the manifest has no valid city counts"}},
-		{replaced("\"format\":1,\"list\"", "\"format\":2,\"list\""), {"[record 1]: its format is not 1"}},
+		{replaced({{"\"kind\":\"zonclock.city\"", "\"kind\":\"zonclock.manifest\""}}),
+			{"[record 1]: the manifest has no valid city counts: mainCount is missing"}},
+		{replaced({{"\"format\":1,\"list\"", "\"format\":2,\"list\""}}), {"[record 1]: its format is not 1"}},
 		{"[records]\nformat=1\ncount=7\n", {"holds no records that can be read"}},
 		{"", {"holds no records that can be read"}},
+		// Tokyo three times over; every problem of every record is named.
+		{replaced({{"\"cityId\":35,\"englishName\":\"Beijing\"", "\"cityId\":299,\"englishName\":\"Tokyo\""},
+			 {"\"cityId\":54,\"englishName\":\"Cairo \"", "\"cityId\":299,\"englishName\":\"Tokyo\""}}),
+			{"main list position 2: city 299 \"Tokyo\" is already at position 1",
+				"main list position 3: city 299 \"Tokyo\" is already at position 1"}},
+		{replaced({{"\"cityId\":299", "\"cityId\":4294967595"}, {"\"temperature\":0,", "\"temperature\":1e308,"},
+			 {"\"lastUpdateTime\":0", "\"lastUpdateTime\":-1"}}),
+			{"[record 1]: the city is not valid: cityId is outside -2147483648..2147483647",
+				"temperature is outside -2147483648..2147483647", "lastUpdateTime is outside 0..2147483647"}},
+		{replaced({{"\"lastUpdateTime\":0", "\"lastUpdateTime\":1.5"}, {"\"temperature\":0,", "\"temperature\":1e999,"},
+			 {"\"isCentigrade\":false", "\"isCentigrade\":0"}}),
+			{"lastUpdateTime is not an integer", "temperature is not a finite number", "isCentigrade is not true or false"}},
+		{replaced({{"\"mainCount\":3", "\"mainCount\":332"}}),
+			{"mainCount is outside 0..331"}},
 	};
 	for (const auto& [text, said] : cases) {
 		SCOPED_TRACE(said[0]);
-		std::ofstream(_file, std::ios::trunc) << text;
-		Outcome restore = zonclock({"restore", _file});
-		EXPECT_EQ(1, restore.exitCode);
-		EXPECT_EQ("", restore.out);
-		EXPECT_TRUE(contains(restore.err, "nothing was changed")) << restore.err;
-		for (const std::string& part : said)
-			EXPECT_TRUE(contains(restore.err, part)) << restore.err;
-		EXPECT_EQ(current, lists());
+		expectRefusedRestore(text, said);
 	}
 
 	Outcome missing = zonclock({"restore", _tmp + "/no-such-file"});
 	EXPECT_EQ(1, missing.exitCode);
 	EXPECT_TRUE(contains(missing.err, "No such file or directory")) << missing.err;
-	EXPECT_EQ(current, lists());
+}
+
+TEST_F(ZonclockBackupTest, ARestoreCutShortLeavesTheOldListsAndAnUnreadableListIsNotBackedUp)
+{
+	setLists({299, 35, 54}, {39});
+	EXPECT_SUCCESS(zonclock({"backup", _file}));
+	setLists({11}, {12});
+	// The third city cannot be written, as on a full disk: the two before it must not stay.
+	sql("CREATE TRIGGER full BEFORE INSERT ON added_city2 WHEN NEW.city_id = 54 BEGIN SELECT RAISE(FAIL, 'disk full'); END;");
+	Outcome restore = zonclock({"restore", _file});
+	EXPECT_EQ(1, restore.exitCode);
+	EXPECT_TRUE(contains(restore.err, "nothing was changed: cannot write main.2")) << restore.err;
+	EXPECT_EQ(Lists({{11, "Amsterdam", 0, 0, false, 0}}, {{12, "Anadyr", 0, 0, false, 0}}), lists());
+
+	// A file that is no database: no backup is written, and the reason is given.
+	std::string dbFile = _root + "/apps/" ZON_HOST_DEFAULT_APP_ID "/data/zonvista.db";
+	std::ofstream(dbFile, std::ios::trunc) << std::string(4096, 'x');
+	std::filesystem::remove(_file);
+	Outcome backup = zonclock({"backup", _file});
+	EXPECT_EQ(1, backup.exitCode);
+	EXPECT_TRUE(contains(backup.err, "nothing was written: the city database file is not a database")) << backup.err;
+	EXPECT_FALSE(std::filesystem::exists(_file));
+	for (const std::vector<std::string>& args : {std::vector<std::string>{"list"}, {"list", "--second"}, {"remove", "11"}, {}}) {
+		Outcome result = zonclock(args);
+		EXPECT_EQ(1, result.exitCode);
+		EXPECT_TRUE(contains(result.err, "not a database")) << result.err;
+		EXPECT_FALSE(contains(result.out + result.err, "empty")) << result.out;
+	}
+}
+
+TEST_F(ZonclockBackupTest, ControlCharactersAndHugeArgumentsAreNotEchoedRaw)
+{
+	setLists({299}, {});
+	std::string odd = _tmp + "/a\x1b[2Jb\nc";
+	Outcome backup = zonclock({"backup", odd});
+	EXPECT_SUCCESS(backup);
+	EXPECT_TRUE(contains(backup.out, "a\\x1B[2Jb\\nc.\n")) << backup.out;
+	Outcome restore = zonclock({"restore", odd + "\x7f"});
+	EXPECT_TRUE(contains(restore.err, "b\\nc\\x7F: No such file")) << restore.err;
+
+	std::string huge(100000, 'y');
+	for (const std::vector<std::string>& args : {std::vector<std::string>{"add", huge}, {"restore", huge}, {huge}}) {
+		Outcome result = zonclock(args);
+		EXPECT_NE(0, result.exitCode);
+		EXPECT_LT(result.err.size(), 1000u);
+		EXPECT_TRUE(contains(result.err, "bytes)...")) << result.err.substr(0, 200);
+	}
 }
 
 } // namespace

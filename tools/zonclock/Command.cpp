@@ -3,16 +3,25 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstring>
+#include <string>
+
+#include "Printable.h"
 
 namespace zonclock {
 
 namespace {
 
+// Messages name operands, paths and file contents: escaped and bounded whole, as one line.
 int report(int code, const char* format, va_list args)
 {
-	fputs("zonclock: ", stderr);
-	vfprintf(stderr, format, args);
-	fputc('\n', stderr);
+	va_list copy;
+	va_copy(copy, args);
+	int length = vsnprintf(nullptr, 0, format, copy);
+	va_end(copy);
+	std::string message(length > 0 ? static_cast<size_t>(length) : 0, '\0');
+	if (length > 0)
+		vsnprintf(&message[0], message.size() + 1, format, args);
+	fprintf(stderr, "zonclock: %s\n", printable(message, 4 * kPrintableLimit).c_str());
 	return code;
 }
 

@@ -5,21 +5,13 @@
  * zonclock plays the application the service launches. For a backup the service asks for the
  * records, zonclock's BackupModel answers with one JSON value per record, and the file the
  * service accepted is copied to FILE. For a restore the service hands FILE's records to
- * zonclock's RestoreModel, which reads them all before anything is written: a file that is
- * damaged in any record changes nothing, and every problem found is reported.
- *
- * The records (keys, then the JSON members of the value):
- *   "manifest"        kind "zonclock.manifest", format 1, mainCount, secondCount
- *   "main.<n>"        kind "zonclock.city", format 1, list "main" or "second", position n
- *   "second.<n>"      (0-based within its list), cityId, englishName (the catalogue's, exactly),
- *                     weatherType (0..23), temperature, isCentigrade, lastUpdateTime
- *                     (seconds, as the database keeps it)
- * The manifest makes an empty list a list, not a lost one, and lets a restore tell a file that
- * lost records from a short list.
+ * zonclock's RestoreModel, which reads them all (RestoreCheck.h) before anything is written: a
+ * file that is damaged in any record changes nothing, and every problem found is reported. The
+ * lists are then replaced in one transaction: a full disk, a lock held too long or a killed
+ * process leaves the old lists whole. A backup of lists that could not be read is refused.
  */
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -37,55 +29,30 @@
 #include "BackupModel.h"
 #include "Catalogue.h"
 #include "Command.h"
+#include "DatabaseFailure.h"
+#include "Printable.h"
+#include "RestoreCheck.h"
 #include "RestoreModel.h"
 #include "Session.h"
 #include "ZonDBManager.h"
 #include "ZonJsonBuilder.h"
-#include "ZonJsonParser.h"
 
 namespace zonclock {
 
 namespace {
 
-const char kManifestKind[] = "zonclock.manifest";
-const char kCityKind[] = "zonclock.city";
-const char kManifestKey[] = "manifest";
-const int kFormat = 1;
 // Steps of a session are a handful of main-loop turns each; this only bounds a runaway.
 const int kMaxDispatches = 100000;
 
-struct CityRecord {
-	bool second = false;
-	int position = 0;
-	int cityId = 0;
-	std::string englishName;
-	int weatherType = 0;
-	int temperature = 0;
-	bool isCentigrade = false;
-	int lastUpdateTime = 0;
-};
-
-const char* listKey(bool second)
+// Both lists with their weather; false (lastError() telling why) when a read failed.
+bool readLists(ZonDBManager* db, std::vector<CityRecord>& records)
 {
-	return second ? "second" : "main";
-}
-
-const char* listName(bool second)
-{
-	return second ? "second list" : "main list";
-}
-
-std::string cityKey(const CityRecord& city)
-{
-	return std::string(listKey(city.second)) + "." + std::to_string(city.position);
-}
-
-std::vector<CityRecord> readLists(ZonDBManager* db)
-{
-	std::vector<CityRecord> records;
+	records.clear();
 	for (bool second : {false, true}) {
 		// A copy: the manager refills the list it hands out on the next read.
 		std::vector<Cityinfo> cities = db->getAllCityList(second);
+		if (db->lastError())
+			return false;
 		int position = 0;
 		for (const Cityinfo& city : cities) {
 			CityRecord record;
@@ -95,10 +62,12 @@ std::vector<CityRecord> readLists(ZonDBManager* db)
 			record.englishName = city.cityname_eng;
 			db->getWeatherInfo(city.id, record.weatherType, record.temperature, record.isCentigrade,
 				record.lastUpdateTime, second);
+			if (db->lastError())
+				return false;
 			records.push_back(record);
 		}
 	}
-	return records;
+	return true;
 }
 
 size_t countOf(const std::vector<CityRecord>& records, bool second)
@@ -142,7 +111,7 @@ public:
 		std::string text;
 		if (index == 0) {
 			builder.addStringMember("kind", kManifestKind);
-			builder.addIntegerMember("format", kFormat);
+			builder.addIntegerMember("format", kBackupFormat);
 			builder.addIntegerMember("mainCount", static_cast<int>(countOf(_cities, false)));
 			builder.addIntegerMember("secondCount", static_cast<int>(countOf(_cities, true)));
 			builder.getJsonMessage(text);
@@ -152,8 +121,8 @@ public:
 		if (!city)
 			return text;
 		builder.addStringMember("kind", kCityKind);
-		builder.addIntegerMember("format", kFormat);
-		builder.addStringMember("list", listKey(city->second));
+		builder.addIntegerMember("format", kBackupFormat);
+		builder.addStringMember("list", city->second ? "second" : "main");
 		builder.addIntegerMember("position", city->position);
 		builder.addIntegerMember("cityId", city->cityId);
 		builder.addStringMember("englishName", city->englishName);
@@ -183,28 +152,7 @@ private:
 
 // ---- restore ----
 
-// Reads a member that must be present, whatever its value: an absent member leaves both
-// differently pre-set copies as they were, a present one overwrites both alike.
-bool requiredInt(ZonJsonParser& parser, const char* name, int& value)
-{
-	int low = INT_MIN;
-	int high = INT_MAX;
-	parser.getIntegerValue(name, low);
-	parser.getIntegerValue(name, high);
-	value = low;
-	return low == high;
-}
-
-bool requiredBool(ZonJsonParser& parser, const char* name, bool& value)
-{
-	bool no = false;
-	bool yes = true;
-	parser.getBooleanValue(name, no);
-	parser.getBooleanValue(name, yes);
-	value = no;
-	return no == yes;
-}
-
+// The session side of a restore: every record goes to the check; nothing is written here.
 class CityRestore : public RestoreModel {
 public:
 	explicit CityRestore(app_control_h request)
@@ -212,207 +160,83 @@ public:
 	{
 	}
 
-	std::string getKeyStrFromJsonStr(int index, const char* jsonStr) override
-	{
-		++_seen;
-		std::string where = "[record " + std::to_string(index) + "]";
-		if (!jsonStr) {
-			_problems.push_back(where + ": it has no value");
-			return unreadableKey(index);
-		}
-
-		ZonJsonParser parser(jsonStr);
-		std::string kind;
-		int format = 0;
-		parser.getStringValue("kind", kind);
-		if (kind != kManifestKind && kind != kCityKind) {
-			_problems.push_back(where + ": it is not a record of a zonclock backup");
-			return unreadableKey(index);
-		}
-		if (!requiredInt(parser, "format", format) || format != kFormat) {
-			_problems.push_back(where + ": its format is not " + std::to_string(kFormat)
-				+ " (written by another version of zonclock?)");
-			return unreadableKey(index);
-		}
-		return kind == kManifestKind ? readManifest(parser, where, index) : readCity(parser, where, index);
-	}
-
-	// How many records the service handed over; 0 when it found none in the file.
-	int seen() const { return _seen; }
-
-	// Checks the records as a whole, once all arrived. True when they make up both lists.
-	bool check()
-	{
-		if (!_manifest) {
-			if (_problems.empty())
-				_problems.push_back("the manifest record is missing");
-			return false;
-		}
-		for (bool second : {false, true}) {
-			int expected = second ? _manifest->second : _manifest->first;
-			std::set<int> positions;
-			for (const CityRecord& city : _cities) {
-				if (city.second != second)
-					continue;
-				if (city.position >= expected)
-					_problems.push_back(std::string(listName(second)) + " position "
-						+ std::to_string(city.position + 1) + " is beyond the "
-						+ std::to_string(expected) + " cities the manifest counts");
-				else if (!positions.insert(city.position).second)
-					_problems.push_back(std::string(listName(second)) + " position "
-						+ std::to_string(city.position + 1) + " appears twice");
-			}
-			// A damaged count may be huge: name the first few holes, then only how many.
-			const size_t named = 5;
-			size_t missing = static_cast<size_t>(expected) - positions.size();
-			size_t listed = 0;
-			for (int position = 0; position < expected && listed < std::min(missing, named); ++position) {
-				if (!positions.count(position)) {
-					_problems.push_back(std::string(listName(second)) + " position "
-						+ std::to_string(position + 1) + " is missing");
-					++listed;
-				}
-			}
-			if (missing > listed)
-				_problems.push_back("... and " + std::to_string(missing - listed) + " more positions of the "
-					+ listName(second) + " are missing");
-		}
-		return _problems.empty();
-	}
-
-	// Replaces both lists by the restored ones. Only after check().
-	bool apply(ZonDBManager* db)
-	{
-		for (bool second : {false, true}) {
-			std::vector<Cityinfo> current = db->getAllCityList(second);
-			std::set<std::pair<int, std::string>> removed;
-			for (const Cityinfo& city : current) {
-				// One remove() takes every row of the city in that list.
-				if (removed.insert({city.id, city.cityname_eng}).second)
-					db->remove(city.id, city.cityname_eng, second, true, true);
-			}
-		}
-
-		std::vector<CityRecord> ordered = inListOrder();
-		// Weather is kept per city, shared by the lists: of several records of one city, the
-		// freshest reading wins.
-		std::map<int, const CityRecord*> weather;
-		for (const CityRecord& city : ordered) {
-			db->insert(city.cityId, city.englishName.c_str(), city.second);
-			auto it = weather.find(city.cityId);
-			if (it == weather.end() || city.lastUpdateTime > it->second->lastUpdateTime)
-				weather[city.cityId] = &city;
-		}
-		for (const auto& entry : weather) {
-			const CityRecord& city = *entry.second;
-			db->updateWeatherInfo(city.cityId, city.weatherType, city.temperature, city.isCentigrade,
-				city.lastUpdateTime);
-		}
-		// remove() announces nothing, and an emptied list has no insert() to announce it.
-		db->setPreferenceAfterDbChange();
-
-		std::vector<CityRecord> now = readLists(db);
-		if (now.size() != ordered.size()) {
-			_problems.push_back("the database holds " + std::to_string(now.size()) + " cities after the restore, not "
-				+ std::to_string(ordered.size()));
-			return false;
-		}
-		for (size_t i = 0; i < now.size(); ++i) {
-			if (now[i].second != ordered[i].second || now[i].cityId != ordered[i].cityId) {
-				_problems.push_back(std::string(listName(ordered[i].second)) + " position "
-					+ std::to_string(ordered[i].position + 1) + " could not be written");
-				return false;
-			}
-		}
-		return true;
-	}
-
-	std::vector<CityRecord> inListOrder() const
-	{
-		std::vector<CityRecord> ordered(_cities);
-		std::stable_sort(ordered.begin(), ordered.end(), [](const CityRecord& a, const CityRecord& b) {
-			return a.second != b.second ? !a.second : a.position < b.position;
-		});
-		return ordered;
-	}
+	std::string getKeyStrFromJsonStr(int index, const char* jsonStr) override { return _check.add(index, jsonStr); }
 
 	void discardFile() { _removeFile(); }
 
-	const std::vector<std::string>& problems() const { return _problems; }
+	RestoreCheck& records() { return _check; }
 
 private:
-	static std::string unreadableKey(int index) { return "unreadable." + std::to_string(index); }
-
-	std::string readManifest(ZonJsonParser& parser, const std::string& where, int index)
-	{
-		int mainCount = -1;
-		int secondCount = -1;
-		if (!requiredInt(parser, "mainCount", mainCount) || !requiredInt(parser, "secondCount", secondCount)
-			|| mainCount < 0 || secondCount < 0) {
-			_problems.push_back(where + ": the manifest has no valid city counts");
-			return unreadableKey(index);
-		}
-		if (_manifest) {
-			_problems.push_back(where + ": a second manifest");
-			return unreadableKey(index);
-		}
-		_manifest.reset(new std::pair<int, int>(mainCount, secondCount));
-		return kManifestKey;
-	}
-
-	std::string readCity(ZonJsonParser& parser, const std::string& where, int index)
-	{
-		CityRecord city;
-		std::string list;
-		parser.getStringValue("list", list);
-		parser.getStringValue("englishName", city.englishName);
-		std::vector<std::string> missing;
-		if (list != "main" && list != "second")
-			missing.push_back("list");
-		if (!requiredInt(parser, "position", city.position) || city.position < 0)
-			missing.push_back("position");
-		if (!requiredInt(parser, "cityId", city.cityId))
-			missing.push_back("cityId");
-		if (!requiredInt(parser, "weatherType", city.weatherType) || city.weatherType < UNDEFINED_WEATHER
-			|| city.weatherType >= WEATHER_STATE_MAX)
-			missing.push_back("weatherType");
-		if (!requiredInt(parser, "temperature", city.temperature))
-			missing.push_back("temperature");
-		if (!requiredBool(parser, "isCentigrade", city.isCentigrade))
-			missing.push_back("isCentigrade");
-		if (!requiredInt(parser, "lastUpdateTime", city.lastUpdateTime))
-			missing.push_back("lastUpdateTime");
-		if (!missing.empty()) {
-			std::string names;
-			for (const std::string& name : missing)
-				names += (names.empty() ? "" : ", ") + name;
-			_problems.push_back(where + ": the city has no valid " + names);
-			return unreadableKey(index);
-		}
-		city.second = list == "second";
-
-		// The database keeps a row only while id and English name match the catalogue.
-		const Cityinfo* known = catalogueCity(city.cityId);
-		if (!known || city.englishName != known->cityname_eng) {
-			_problems.push_back(where + ": city " + std::to_string(city.cityId) + " \"" + city.englishName
-				+ "\" is not in the catalogue");
-			return unreadableKey(index);
-		}
-		_cities.push_back(city);
-		return cityKey(city);
-	}
-
-	int _seen = 0;
-	std::unique_ptr<std::pair<int, int>> _manifest; // main count, second count
-	std::vector<CityRecord> _cities;
-	std::vector<std::string> _problems;
+	RestoreCheck _check;
 };
+
+// Replaces both lists by the checked records in one transaction, and reads them back before
+// committing. False with the reason when anything failed; the lists are then unchanged.
+bool applyRestore(ZonDBManager* db, const std::vector<CityRecord>& ordered, std::string& why)
+{
+	DatabaseTransaction transaction(db);
+	auto failed = [db, &why](const std::string& doing) {
+		why = doing + ": " + databaseFailure(db);
+		return false;
+	};
+	if (!transaction.begun())
+		return failed("cannot start the restore");
+	for (bool second : {false, true}) {
+		std::vector<Cityinfo> current = db->getAllCityList(second);
+		if (db->lastError())
+			return failed(std::string("cannot read the ") + listName(second));
+		std::set<std::pair<int, std::string>> removed;
+		for (const Cityinfo& city : current) {
+			// One remove() takes every row of the city in that list.
+			if (!removed.insert({city.id, city.cityname_eng}).second)
+				continue;
+			db->remove(city.id, city.cityname_eng, second, true, true);
+			if (db->lastError())
+				return failed("cannot remove " + describeCity(city) + " from the " + listName(second));
+		}
+	}
+
+	// Weather is kept per city, shared by the lists: of several records of one city, the
+	// freshest reading wins.
+	std::map<int, const CityRecord*> weather;
+	for (const CityRecord& city : ordered) {
+		db->insert(city.cityId, city.englishName.c_str(), city.second);
+		if (db->lastError())
+			return failed("cannot write " + cityKey(city));
+		auto it = weather.find(city.cityId);
+		if (it == weather.end() || city.lastUpdateTime > it->second->lastUpdateTime)
+			weather[city.cityId] = &city;
+	}
+	for (const auto& entry : weather) {
+		const CityRecord& city = *entry.second;
+		db->updateWeatherInfo(city.cityId, city.weatherType, city.temperature, city.isCentigrade,
+			city.lastUpdateTime);
+		if (db->lastError())
+			return failed("cannot write the weather of city " + std::to_string(city.cityId));
+	}
+
+	std::vector<CityRecord> now;
+	if (!readLists(db, now))
+		return failed("cannot read the lists back");
+	bool same = now.size() == ordered.size();
+	for (size_t i = 0; same && i < now.size(); ++i)
+		same = now[i].second == ordered[i].second && now[i].cityId == ordered[i].cityId;
+	if (!same) {
+		why = "the lists read back differ from the file";
+		return false;
+	}
+	if (!transaction.commit())
+		return failed("cannot commit the restore");
+	// remove() announces nothing, and an emptied list has no insert() to announce it.
+	db->setPreferenceAfterDbChange();
+	return true;
+}
 
 // ---- the application side of a session ----
 
 // What the launch handler works with: zonclock is the application the service launches.
 struct Application {
-	Session* session = nullptr;
+	std::vector<CityRecord> lists; // what a backup writes
 	std::unique_ptr<CityBackup> backup;
 	std::unique_ptr<CityRestore> restore;
 	bool completed = false;
@@ -433,7 +257,7 @@ void onLaunch(struct app_control_s* request, void* userData)
 		app->result = result;
 	};
 	if (op == KORVATH_CLOUD_OPERATION_BACKUP) {
-		app->backup.reset(new CityBackup(request, readLists(app->session->db())));
+		app->backup.reset(new CityBackup(request, app->lists));
 		app->backup->setOnBackupCompleted(onCompleted);
 		app->runFailed = !app->backup->run();
 	} else if (op == KORVATH_CLOUD_OPERATION_RESTORE) {
@@ -484,10 +308,13 @@ bool copyFile(const std::string& from, const std::string& to, std::string& why)
 int runBackup(const Invocation& invocation, Session& session)
 {
 	const std::string& file = invocation.operands[0];
-	session.db();
+	ZonDBManager* db = session.db();
 
 	Application app;
-	app.session = &session;
+	// Read before the session: a backup of lists that could not be read would restore as
+	// empty lists.
+	if (!readLists(db, app.lists))
+		return failure("cannot back up, nothing was written: %s", databaseFailure(db).c_str());
 	std::string why;
 	bool ok = runSession(app, ZON_HOST_CLOUD_BACKUP, nullptr, why);
 	if (app.backup)
@@ -501,7 +328,7 @@ int runBackup(const Invocation& invocation, Session& session)
 
 	const std::vector<CityRecord>& cities = app.backup->cities();
 	printf("Backed up %s of the main list and %zu of the second list to %s.\n", citiesOf(cities, false).c_str(),
-		countOf(cities, true), file.c_str());
+		countOf(cities, true), printable(file).c_str());
 	return kExitOk;
 }
 
@@ -518,35 +345,31 @@ int runRestore(const Invocation& invocation, Session& session)
 
 	ZonDBManager* db = session.db();
 	Application app;
-	app.session = &session;
 	std::string why;
 	bool ok = runSession(app, ZON_HOST_CLOUD_RESTORE, file.c_str(), why);
 	CityRestore* restore = app.restore.get();
 	if (restore)
 		restore->discardFile();
 	if (!ok) {
-		if (restore && restore->seen() == 0 && !app.runFailed)
+		if (restore && restore->records().seen() == 0 && !app.runFailed)
 			return failure("%s holds no records that can be read; nothing was changed (see %s)", file.c_str(),
 				session.logPath().c_str());
 		return failure("restore failed: %s; nothing was changed (see %s)", why.c_str(), session.logPath().c_str());
 	}
 
-	if (!restore->check()) {
-		fprintf(stderr, "zonclock: cannot restore from %s, nothing was changed:\n", file.c_str());
-		for (const std::string& problem : restore->problems())
-			fprintf(stderr, "  %s\n", problem.c_str());
+	RestoreCheck& records = restore->records();
+	if (!records.check()) {
+		fprintf(stderr, "zonclock: cannot restore from %s, nothing was changed:\n", printable(file).c_str());
+		for (const std::string& problem : records.problems())
+			fprintf(stderr, "  %s\n", printable(problem).c_str());
 		return kExitFailed;
 	}
-	if (!restore->apply(db)) {
-		fprintf(stderr, "zonclock: the restore from %s is incomplete:\n", file.c_str());
-		for (const std::string& problem : restore->problems())
-			fprintf(stderr, "  %s\n", problem.c_str());
-		return kExitFailed;
-	}
+	std::vector<CityRecord> cities = records.inListOrder();
+	if (!applyRestore(db, cities, why))
+		return failure("cannot restore from %s, nothing was changed: %s", file.c_str(), why.c_str());
 
-	std::vector<CityRecord> cities = restore->inListOrder();
 	printf("Restored %s to the main list and %zu to the second list from %s.\n", citiesOf(cities, false).c_str(),
-		countOf(cities, true), file.c_str());
+		countOf(cities, true), printable(file).c_str());
 	return kExitOk;
 }
 

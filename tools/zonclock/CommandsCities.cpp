@@ -1,9 +1,11 @@
 /*
  * The city commands: show the lists, change them, search the catalogue.
  *
- * The library never reports a failed statement to its caller, it only logs it. So after each
- * change the list is read back, and a change that did not happen is reported as a failure
- * instead of a success message.
+ * The library's calls report no failure, so each is followed by a look at lastError(): a list
+ * that could not be read is an error, not an empty list. A change is one write transaction
+ * from the check ("already in the list") to the read-back that proves it, so two zonclock runs
+ * (or the widget) adding the same city cannot both succeed, and a change that did not happen is
+ * reported as a failure instead of a success message.
  */
 #include <string>
 #include <vector>
@@ -11,6 +13,7 @@
 #include "Catalogue.h"
 #include "CityOperand.h"
 #include "Command.h"
+#include "DatabaseFailure.h"
 #include "Session.h"
 #include "Table.h"
 #include "ZonDBManager.h"
@@ -47,10 +50,19 @@ bool isListed(ZonDBManager* db, const Cityinfo& city, bool second)
 	return db->isExist(&city, second);
 }
 
+// The end of a command whose database call failed.
+int databaseError(ZonDBManager* db, const std::string& doing)
+{
+	return failure("cannot %s: %s", doing.c_str(), databaseFailure(db).c_str());
+}
+
 int runList(const Invocation& invocation, Session& session)
 {
 	bool second = invocation.has("--second");
-	const std::vector<Cityinfo>& cities = session.db()->getAllCityList(second);
+	ZonDBManager* db = session.db();
+	const std::vector<Cityinfo>& cities = db->getAllCityList(second);
+	if (db->lastError())
+		return databaseError(db, std::string("read the ") + listName(second));
 	if (cities.empty()) {
 		printf("The %s is empty.\n", listName(second));
 		return kExitOk;
@@ -77,16 +89,29 @@ int runAdd(const Invocation& invocation, Session& session)
 
 	ZonDBManager* db = session.db();
 	std::string name = describeCity(*city);
+	std::string doing = "add " + name + " to the " + listName(second);
+	DatabaseTransaction transaction(db);
+	if (!transaction.begun())
+		return databaseError(db, doing);
 	// insert() itself adds a second row for a city already listed.
-	if (isListed(db, *city, second))
+	bool listed = isListed(db, *city, second);
+	if (db->lastError())
+		return databaseError(db, doing);
+	if (listed)
 		return failure("%s is already in the %s", name.c_str(), listName(second));
 
 	db->insert(city->id, city->cityname_eng, second);
+	if (db->lastError())
+		return databaseError(db, doing);
 	const Cityinfo* added = findLast(db->getAllCityList(second), city->id);
+	if (db->lastError())
+		return databaseError(db, doing);
 	if (!added)
-		return failure("could not add %s to the %s (see %s)", name.c_str(), listName(second),
-			session.logPath().c_str());
-	printf("Added %s to the %s as row %d.\n", name.c_str(), listName(second), added->dbId);
+		return failure("could not %s (see %s)", doing.c_str(), session.logPath().c_str());
+	int row = added->dbId;
+	if (!transaction.commit())
+		return databaseError(db, doing);
+	printf("Added %s to the %s as row %d.\n", name.c_str(), listName(second), row);
 	return kExitOk;
 }
 
@@ -100,15 +125,29 @@ int runRemove(const Invocation& invocation, Session& session)
 
 	ZonDBManager* db = session.db();
 	std::string name = describeCity(*city);
-	if (!findLast(db->getAllCityList(second), city->id))
+	std::string doing = "remove " + name + " from the " + listName(second);
+	DatabaseTransaction transaction(db);
+	if (!transaction.begun())
+		return databaseError(db, doing);
+	bool listed = findLast(db->getAllCityList(second), city->id) != nullptr;
+	if (db->lastError())
+		return databaseError(db, doing);
+	if (!listed)
 		return failure("%s is not in the %s", name.c_str(), listName(second));
 
 	db->remove(city->id, city->cityname_eng, second, true, true);
-	// remove() keeps quiet; the widget and the service must still learn of it.
+	if (db->lastError())
+		return databaseError(db, doing);
+	listed = findLast(db->getAllCityList(second), city->id) != nullptr;
+	if (db->lastError())
+		return databaseError(db, doing);
+	if (listed)
+		return failure("could not %s (see %s)", doing.c_str(), session.logPath().c_str());
+	if (!transaction.commit())
+		return databaseError(db, doing);
+	// remove() keeps quiet; the widget and the service must still learn of it, once it is there
+	// to be read.
 	db->setPreferenceAfterDbChange();
-	if (findLast(db->getAllCityList(second), city->id))
-		return failure("could not remove %s from the %s (see %s)", name.c_str(), listName(second),
-			session.logPath().c_str());
 	printf("Removed %s from the %s.\n", name.c_str(), listName(second));
 	return kExitOk;
 }
@@ -127,16 +166,31 @@ int runReplace(const Invocation& invocation, Session& session)
 	ZonDBManager* db = session.db();
 	std::string oldName = describeCity(*oldCity);
 	std::string newName = describeCity(*newCity);
-	if (!findLast(db->getAllCityList(second), oldCity->id))
+	std::string doing = "replace " + oldName + " in the " + listName(second);
+	DatabaseTransaction transaction(db);
+	if (!transaction.begun())
+		return databaseError(db, doing);
+	bool oldListed = findLast(db->getAllCityList(second), oldCity->id) != nullptr;
+	if (db->lastError())
+		return databaseError(db, doing);
+	if (!oldListed)
 		return failure("%s is not in the %s", oldName.c_str(), listName(second));
-	if (isListed(db, *newCity, second))
+	bool newListed = isListed(db, *newCity, second);
+	if (db->lastError())
+		return databaseError(db, doing);
+	if (newListed)
 		return failure("%s is already in the %s", newName.c_str(), listName(second));
 
 	db->update(oldCity->id, newCity->id, newCity->cityname_eng, second);
+	if (db->lastError())
+		return databaseError(db, doing);
 	const std::vector<Cityinfo>& cities = db->getAllCityList(second);
+	if (db->lastError())
+		return databaseError(db, doing);
 	if (findLast(cities, oldCity->id) || !findLast(cities, newCity->id))
-		return failure("could not replace %s in the %s (see %s)", oldName.c_str(), listName(second),
-			session.logPath().c_str());
+		return failure("could not %s (see %s)", doing.c_str(), session.logPath().c_str());
+	if (!transaction.commit())
+		return databaseError(db, doing);
 	printf("Replaced %s by %s in the %s.\n", oldName.c_str(), newName.c_str(), listName(second));
 	return kExitOk;
 }

@@ -13,6 +13,7 @@
 #include "Catalogue.h"
 #include "CityOperand.h"
 #include "Command.h"
+#include "DatabaseFailure.h"
 #include "Session.h"
 #include "Table.h"
 #include "WeatherText.h"
@@ -70,6 +71,8 @@ int runClock(const Invocation& invocation, Session& session)
 	ZonDBManager* db = session.db();
 	// getAllCityList() refills its buffer on every call, getWeatherInfo() does not touch it.
 	std::vector<Cityinfo> cities = db->getAllCityList(second);
+	if (db->lastError())
+		return failure("cannot read the %s: %s", second ? "second list" : "main list", databaseFailure(db).c_str());
 
 	printf("Device: %s\n\n", deviceLine(session).c_str());
 	if (cities.empty()) {

@@ -30,6 +30,7 @@
 #include "Catalogue.h"
 #include "CityOperand.h"
 #include "Command.h"
+#include "DatabaseFailure.h"
 #include "Session.h"
 #include "Table.h"
 #include "WeatherText.h"
@@ -214,6 +215,8 @@ int runWeather(const Invocation& invocation, Session& session)
 	std::vector<std::unique_ptr<Request>> requests;
 	if (cities.empty()) {
 		std::vector<Cityinfo> list = db->getAllCityList(second);
+		if (db->lastError())
+			return failure("cannot read the %s: %s", second ? "second list" : "main list", databaseFailure(db).c_str());
 		if (list.empty()) {
 			printf("The %s is empty: name the cities, or add some with 'zonclock add%s CITY'.\n",
 				second ? "second list" : "main list", second ? " --second" : "");
