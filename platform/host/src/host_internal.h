@@ -177,7 +177,9 @@ void faultReset();
 
 // ---- diagnostics of the platform implementation itself, logged as the device's platform
 // libraries do, under their own tag ----
-void platformLog(int prio, const char *tag, const char *fmt, ...) G_GNUC_PRINTF(3, 4);
+// Exported for zon-host-toolkit, the host's other library; not declared in any installed header.
+__attribute__((visibility("default"))) void platformLog(int prio, const char *tag, const char *fmt, ...)
+		G_GNUC_PRINTF(3, 4);
 
 } // namespace zonhost
 
