@@ -5,8 +5,9 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <time.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
-#include <Ecore_File.h>
 #include <app_common.h>
 
 #include "ZonCommonDefine.h"
@@ -61,8 +62,9 @@ void RestoreModel::_fini()
 
 void RestoreModel::_removeFile()
 {
-	if (ecore_file_exists(_restorePath.c_str())) {
-		if (!ecore_file_remove(_restorePath.c_str()))
+	struct stat st;
+	if (stat(_restorePath.c_str(), &st) == 0) {
+		if (unlink(_restorePath.c_str()) != 0)
 			WERROR("file remove failed.");
 	} else {
 		WERROR("file is not exist!");

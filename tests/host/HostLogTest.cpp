@@ -84,4 +84,31 @@ TEST_F(HostLog, FirstRunSettingReadsStayOffStandardError)
 	EXPECT_TRUE(std::getline(in, line) && line.find("is faled") != std::string::npos) << "the log file keeps it";
 }
 
+// The file stays open between lines, yet follows the variable, and a reset lets go of a file
+// that was removed meanwhile.
+TEST_F(HostLog, LinesFollowTheLogFileNamedNow)
+{
+	auto lines = [](const std::string &file) {
+		std::ifstream in(file);
+		std::vector<std::string> found;
+		for (std::string line; std::getline(in, line);)
+			found.push_back(line.substr(line.find("): ") + 3));
+		return found;
+	};
+	const std::string first = rootPath("first.log"), second = rootPath("second.log");
+	setEnv("ZON_HOST_LOG", first.c_str());
+	dlog_print(DLOG_INFO, "zonvista", "one");
+	setEnv("ZON_HOST_LOG", second.c_str());
+	dlog_print(DLOG_INFO, "zonvista", "two");
+	setEnv("ZON_HOST_LOG", first.c_str());
+	dlog_print(DLOG_INFO, "zonvista", "three");
+	EXPECT_EQ((std::vector<std::string>{"one", "three"}), lines(first));
+	EXPECT_EQ(std::vector<std::string>{"two"}, lines(second));
+
+	ASSERT_EQ(0, unlink(first.c_str()));
+	zon_host_reset();
+	dlog_print(DLOG_INFO, "zonvista", "four");
+	EXPECT_EQ(std::vector<std::string>{"four"}, lines(first));
+}
+
 } // namespace

@@ -1,4 +1,4 @@
-// A program built against the installed library with nothing but pkg-config.
+// A program built against the installed library alone (through pkg-config or the CMake package).
 #include <stdio.h>
 
 #include <ZonCityList.h>

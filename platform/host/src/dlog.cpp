@@ -30,6 +30,33 @@ struct Captured {
 std::deque<Captured> g_captured;
 bool g_capturing = false;
 
+// The log file stays open between lines (the library logs on its hot paths); it is opened again
+// when ZON_HOST_LOG names another file, and closed by a host reset.
+struct LogFile {
+	std::string path;
+	int fd = -1;
+
+	int get(const char *wanted)
+	{
+		if (fd >= 0 && path == wanted)
+			return fd;
+		close();
+		fd = open(wanted, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+		if (fd >= 0)
+			path = wanted;
+		return fd;
+	}
+
+	void close()
+	{
+		if (fd >= 0)
+			::close(fd);
+		fd = -1;
+		path.clear();
+	}
+};
+LogFile g_logFile;
+
 // The log reader stamps lines in the desktop's zone; the application's own TZ games must not
 // shift them, so the zone is fixed when the library loads.
 GTimeZone *readerZone()
@@ -115,11 +142,9 @@ void emit(int prio, const char *tag, const std::string &message)
 	} while (start < message.size());
 
 	if (toFile) {
-		int fd = open(logFile, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
-		if (fd < 0)
-			return;
-		writeAll(fd, text);
-		close(fd);
+		int fd = g_logFile.get(logFile);
+		if (fd >= 0)
+			writeAll(fd, text);
 	} else {
 		writeAll(STDERR_FILENO, text);
 	}
@@ -150,6 +175,7 @@ void logReset()
 {
 	g_captured.clear();
 	g_capturing = false;
+	g_logFile.close();
 }
 
 void platformLog(int prio, const char *tag, const char *fmt, ...)

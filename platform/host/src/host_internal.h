@@ -7,10 +7,14 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <glib.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <time.h>
 
 #include "tizen_error.h"
 #include "zon-host/zon_host.h"
@@ -95,9 +99,12 @@ public:
 	KeyStore(const KeyStore &) = delete;
 	KeyStore &operator=(const KeyStore &) = delete;
 
-	// A missing file is an empty store; false on a read or parse error.
+	// A missing file is an empty store; false on a read or parse error, which leaves the store
+	// empty. A store kept across calls re-reads the file only when it changed since the last
+	// load() or save() (another process, a hand edit), so a caller may load() before every use.
 	bool load();
-	// Atomic replace; creates the parent directory. False on failure.
+	// Atomic replace; creates the parent directory. False on failure, after which the next
+	// load() reads the file again.
 	bool save();
 	Lookup lookup(const char *key, Value *out) const;
 	void set(const char *key, const Value &value);
@@ -106,9 +113,40 @@ public:
 	const std::string &path() const { return path_; }
 
 private:
+	// What tells one version of the file from the next: writers replace it by rename (a new
+	// inode), hand edits rewrite it in place (a new mtime, to the nanosecond, or size).
+	struct Stamp {
+		bool exists = false;
+		dev_t dev = 0;
+		ino_t ino = 0;
+		off_t size = 0;
+		struct timespec mtime = {};
+		struct timespec ctime = {};
+		bool operator==(const Stamp &o) const;
+		static Stamp of(const struct stat &st);
+		bool settled() const;
+	};
+
+	void forget();
+
 	std::string path_;
 	std::string header_;
 	GKeyFile *file_;
+	Stamp stamp_;
+	// False until a load or save has seen a stamp that a later change cannot repeat.
+	bool current_ = false;
+};
+
+// One store per module, kept while the path it was opened for stays the same (the device root
+// and the application id may change between calls).
+class KeptStore {
+public:
+	// The store for `path`, loaded; nullptr when the file can't be read or parsed.
+	KeyStore *load(const std::string &path, const std::string &headerComment);
+	void drop() { store_.reset(); }
+
+private:
+	std::unique_ptr<KeyStore> store_;
 };
 
 // ---- main-loop deliveries (delivery.cpp) ----
@@ -139,7 +177,9 @@ void faultReset();
 
 // ---- diagnostics of the platform implementation itself, logged as the device's platform
 // libraries do, under their own tag ----
-void platformLog(int prio, const char *tag, const char *fmt, ...) G_GNUC_PRINTF(3, 4);
+// Exported for zon-host-toolkit, the host's other library; not declared in any installed header.
+__attribute__((visibility("default"))) void platformLog(int prio, const char *tag, const char *fmt, ...)
+		G_GNUC_PRINTF(3, 4);
 
 } // namespace zonhost
 

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "dlog.h"
@@ -119,7 +120,8 @@ std::string unescapeString(const char *raw)
 // Readers (other processes too) see the old or the new file, never a half-written one. No
 // fsync: a desktop crash losing the last setting is acceptable, while syncing every preference
 // write would make the test suites crawl.
-bool replaceFile(const std::string &path, const char *data, size_t length)
+// `written` gets the new file's status, taken before anyone else can replace it.
+bool replaceFile(const std::string &path, const char *data, size_t length, struct stat *written)
 {
 	std::string tmp = path + ".XXXXXX";
 	int fd = g_mkstemp_full(&tmp[0], O_WRONLY | O_CLOEXEC, 0644);
@@ -137,6 +139,8 @@ bool replaceFile(const std::string &path, const char *data, size_t length)
 		done += (size_t)n;
 	}
 	int writeErrno = done == length ? 0 : errno;
+	if (!writeErrno && fstat(fd, written) != 0)
+		writeErrno = errno;
 	if (close(fd) != 0 && !writeErrno)
 		writeErrno = errno;
 	if (!writeErrno && rename(tmp.c_str(), path.c_str()) != 0)
@@ -211,16 +215,108 @@ KeyStore::~KeyStore()
 	g_key_file_free(file_);
 }
 
+bool KeyStore::Stamp::operator==(const Stamp &o) const
+{
+	if (exists != o.exists)
+		return false;
+	return !exists || (dev == o.dev && ino == o.ino && size == o.size && mtime.tv_sec == o.mtime.tv_sec &&
+			mtime.tv_nsec == o.mtime.tv_nsec && ctime.tv_sec == o.ctime.tv_sec && ctime.tv_nsec == o.ctime.tv_nsec);
+}
+
+KeyStore::Stamp KeyStore::Stamp::of(const struct stat &st)
+{
+	Stamp s;
+	s.exists = true;
+	s.dev = st.st_dev;
+	s.ino = st.st_ino;
+	s.size = st.st_size;
+	s.mtime = st.st_mtim;
+	s.ctime = st.st_ctim;
+	return s;
+}
+
+// File times come from a clock that ticks coarsely (a few milliseconds, a second on some file
+// systems), so an in-place edit right after our read can leave every field of the stamp as it
+// was. A stamp is trusted once its change time (which, unlike mtime, nobody can set back) is
+// older than that; until then every load() reads the file again.
+bool KeyStore::Stamp::settled() const
+{
+	if (!exists)
+		return true;
+	const long long kSettleNs = 1000000000LL;
+	struct timespec now;
+	clock_gettime(CLOCK_REALTIME, &now);
+	long long age = (long long)(now.tv_sec - ctime.tv_sec) * 1000000000LL + (now.tv_nsec - ctime.tv_nsec);
+	return age > kSettleNs;
+}
+
+void KeyStore::forget()
+{
+	g_key_file_free(file_);
+	file_ = g_key_file_new();
+	current_ = false;
+}
+
 bool KeyStore::load()
 {
-	GError *error = nullptr;
-	if (g_key_file_load_from_file(file_, path_.c_str(), G_KEY_FILE_KEEP_COMMENTS, &error))
+	struct stat st;
+	if (current_) {
+		bool absent = stat(path_.c_str(), &st) != 0;
+		if (absent ? errno == ENOENT && !stamp_.exists : stamp_ == Stamp::of(st))
+			return true;
+	}
+	int fd = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+	if (fd < 0 && errno == ENOENT) {
+		if (current_ && !stamp_.exists)
+			return true;
+		forget();
+		stamp_ = Stamp();
+		current_ = true;
 		return true;
-	bool missing = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT);
-	if (!missing)
+	}
+	const char *problem = nullptr;
+	if (fd < 0 || fstat(fd, &st) != 0)
+		problem = g_strerror(errno);
+	else if (!S_ISREG(st.st_mode))
+		problem = "Not a regular file";
+	if (problem) {
+		if (fd >= 0)
+			close(fd);
+		forget();
+		platformLog(DLOG_ERROR, "ZON_HOST", "cannot read %s: %s", path_.c_str(), problem);
+		return false;
+	}
+	Stamp now = Stamp::of(st);
+
+	// Read through the descriptor that was stamped: a replacement arriving meanwhile has another
+	// stamp and is read next time.
+	std::string data;
+	char chunk[8192];
+	ssize_t n;
+	while ((n = read(fd, chunk, sizeof chunk)) != 0) {
+		if (n < 0 && errno == EINTR)
+			continue;
+		if (n < 0)
+			break;
+		data.append(chunk, (size_t)n);
+	}
+	int readErrno = n < 0 ? errno : 0;
+	close(fd);
+	forget();
+	GError *error = nullptr;
+	if (readErrno)
+		g_set_error_literal(&error, G_FILE_ERROR, g_file_error_from_errno(readErrno), g_strerror(readErrno));
+	else
+		g_key_file_load_from_data(file_, data.data(), data.size(), G_KEY_FILE_KEEP_COMMENTS, &error);
+	if (error) {
 		platformLog(DLOG_ERROR, "ZON_HOST", "cannot read %s: %s", path_.c_str(), error->message);
-	g_error_free(error);
-	return missing;
+		g_error_free(error);
+		forget();
+		return false;
+	}
+	stamp_ = now;
+	current_ = now.settled();
+	return true;
 }
 
 bool KeyStore::save()
@@ -234,14 +330,30 @@ bool KeyStore::save()
 	gchar *dir = g_path_get_dirname(path_.c_str());
 	bool dirOk = ensureDir(dir);
 	g_free(dir);
-	if (!dirOk)
+	if (!dirOk) {
+		forget();
 		return false;
+	}
 
 	gsize length = 0;
 	gchar *data = g_key_file_to_data(file_, &length, nullptr);
 	std::string text = tidy(data);
 	g_free(data);
-	return replaceFile(path_, text.data(), text.size());
+	struct stat st;
+	if (!replaceFile(path_, text.data(), text.size(), &st)) {
+		forget();
+		return false;
+	}
+	stamp_ = Stamp::of(st);
+	current_ = stamp_.settled();
+	return true;
+}
+
+KeyStore *KeptStore::load(const std::string &path, const std::string &headerComment)
+{
+	if (!store_ || store_->path() != path)
+		store_.reset(new KeyStore(path, headerComment));
+	return store_->load() ? store_.get() : nullptr;
 }
 
 KeyStore::Lookup KeyStore::lookup(const char *key, Value *out) const

@@ -1,9 +1,9 @@
 /*
  * preference.cpp - application preferences in <data dir>/.preference.
  *
- * The file is read on every call and replaced atomically on every change, so that the
- * application, its widget and its service (separate processes on the device) see each other's
- * writes. Change callbacks are per process, as on the device.
+ * The file is looked at on every call (read again when it changed) and replaced atomically on
+ * every change, so that the application, its widget and its service (separate processes on the
+ * device) see each other's writes. Change callbacks are per process, as on the device.
  */
 #include "host_internal.h"
 
@@ -37,11 +37,13 @@ std::string storePath()
 	return dir + ".preference";
 }
 
-std::unique_ptr<KeyStore> openStore()
+KeptStore g_store;
+
+KeyStore *loadStore()
 {
 	std::string header = std::string(" Preferences of ") + zon_host_app_id() +
 			" (app_preference); one group per value type.";
-	return std::unique_ptr<KeyStore>(new KeyStore(storePath(), header));
+	return g_store.load(storePath(), header);
 }
 
 void notifyChanged(const std::string &path, const std::string &key)
@@ -65,8 +67,8 @@ int setValue(const char *key, const Value &value)
 {
 	if (!key || !*key)
 		return PREFERENCE_ERROR_INVALID_PARAMETER;
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return PREFERENCE_ERROR_IO_ERROR;
 	Value old;
 	if (store->lookup(key, &old) == KeyStore::Lookup::Found && old == value)
@@ -82,8 +84,8 @@ int getValue(const char *key, Type type, Value *out)
 {
 	if (!key || !*key)
 		return PREFERENCE_ERROR_INVALID_PARAMETER;
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return PREFERENCE_ERROR_IO_ERROR;
 	switch (store->lookup(key, out)) {
 	case KeyStore::Lookup::Absent:
@@ -109,6 +111,7 @@ int preferenceReset()
 	for (const auto &entry : g_registrations)
 		cancelDeliveries(entry.second.serial);
 	g_registrations.clear();
+	g_store.drop();
 	return live;
 }
 
@@ -204,8 +207,8 @@ ZON_HOST_API int preference_remove(const char *key)
 	ZON_HOST_FAULT_RETURN_ERROR();
 	if (!key || !*key)
 		return PREFERENCE_ERROR_INVALID_PARAMETER;
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return PREFERENCE_ERROR_IO_ERROR;
 	if (!store->remove(key))
 		return PREFERENCE_ERROR_NO_KEY;
@@ -220,8 +223,8 @@ ZON_HOST_API int preference_is_existing(const char *key, bool *existing)
 	ZON_HOST_FAULT_RETURN_ERROR();
 	if (!key || !*key || !existing)
 		return PREFERENCE_ERROR_INVALID_PARAMETER;
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return PREFERENCE_ERROR_IO_ERROR;
 	*existing = store->lookup(key, nullptr) != KeyStore::Lookup::Absent;
 	return PREFERENCE_ERROR_NONE;
@@ -230,8 +233,8 @@ ZON_HOST_API int preference_is_existing(const char *key, bool *existing)
 ZON_HOST_API int preference_remove_all(void)
 {
 	ZON_HOST_FAULT_RETURN_ERROR();
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return PREFERENCE_ERROR_IO_ERROR;
 	std::vector<std::string> keys = store->keys();
 	if (keys.empty())
@@ -250,8 +253,8 @@ ZON_HOST_API int preference_set_changed_cb(const char *key, preference_changed_c
 	ZON_HOST_FAULT_RETURN_ERROR();
 	if (!key || !*key || !callback)
 		return PREFERENCE_ERROR_INVALID_PARAMETER;
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return PREFERENCE_ERROR_IO_ERROR;
 	if (store->lookup(key, nullptr) == KeyStore::Lookup::Absent) {
 		platformLog(DLOG_ERROR, kTag, "NO_KEY(0x%08x) : %s", (unsigned)PREFERENCE_ERROR_NO_KEY, key);
@@ -280,8 +283,8 @@ ZON_HOST_API int preference_unset_changed_cb(const char *key)
 		return PREFERENCE_ERROR_NONE;
 	}
 	// Nothing registered: the device still reports a key that doesn't exist.
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return PREFERENCE_ERROR_IO_ERROR;
 	return store->lookup(key, nullptr) == KeyStore::Lookup::Absent ? PREFERENCE_ERROR_NO_KEY : PREFERENCE_ERROR_NONE;
 }
@@ -291,8 +294,8 @@ ZON_HOST_API int preference_foreach_item(preference_item_cb callback, void *user
 	ZON_HOST_FAULT_RETURN_ERROR();
 	if (!callback)
 		return PREFERENCE_ERROR_INVALID_PARAMETER;
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return PREFERENCE_ERROR_IO_ERROR;
 	// A snapshot, so that the callback may change the preferences while we iterate.
 	for (const std::string &key : store->keys()) {

@@ -14,6 +14,8 @@
 #include <map>
 #include <set>
 
+#include <dlfcn.h>
+
 #include <Eina.h>
 
 #include "dlog.h"
@@ -64,10 +66,43 @@ struct ParseState {
 	Eina_List *list = nullptr;
 };
 
+// The tables are Eina lists, as the device's service hands them out, but few programs ask for
+// one: Eina (and the libraries it pulls in) is loaded at the first request instead of with every
+// program that links the host port.
+struct Eina {
+	decltype(&eina_init) init = nullptr;
+	decltype(&eina_list_append) append = nullptr;
+	decltype(&eina_list_remove_list) removeList = nullptr;
+};
+
+const Eina *eina()
+{
+	static const Eina *loaded = []() -> const Eina * {
+		// The soname of the library's 1.x series; the handle is never closed.
+		void *handle = dlopen("libeina.so.1", RTLD_NOW | RTLD_LOCAL);
+		if (!handle) {
+			platformLog(DLOG_ERROR, "ZON_HOST", "cannot load Eina: %s", dlerror());
+			return nullptr;
+		}
+		static Eina e;
+		e.init = reinterpret_cast<decltype(e.init)>(dlsym(handle, "eina_init"));
+		e.append = reinterpret_cast<decltype(e.append)>(dlsym(handle, "eina_list_append"));
+		e.removeList = reinterpret_cast<decltype(e.removeList)>(dlsym(handle, "eina_list_remove_list"));
+		// The service's lists live as long as the process, so its hold on Eina is never released.
+		if (!e.init || !e.append || !e.removeList || e.init() <= 0) {
+			platformLog(DLOG_ERROR, "ZON_HOST", "cannot initialise Eina");
+			return nullptr;
+		}
+		return &e;
+	}();
+	return loaded;
+}
+
 void freeEntries(Kind kind, Eina_List *list)
 {
-	void *data;
-	EINA_LIST_FREE(list, data) {
+	while (list) {
+		void *data = eina_list_data_get(list);
+		list = eina()->removeList(list, list);
 		if (kind == Kind::Color)
 			delete static_cast<ColorEntry *>(data);
 		else
@@ -148,7 +183,7 @@ void startElement(GMarkupParseContext *, const gchar *name, const gchar **attrNa
 			delete entry;
 			return;
 		}
-		state->list = eina_list_append(state->list, entry);
+		state->list = eina()->append(state->list, entry);
 	} else {
 		const char *id = nullptr, *style = nullptr, *size = nullptr;
 		if (!g_markup_collect_attributes(name, attrNames, attrValues, error, G_MARKUP_COLLECT_STRING, "id", &id,
@@ -167,7 +202,7 @@ void startElement(GMarkupParseContext *, const gchar *name, const gchar **attrNa
 			delete entry;
 			return;
 		}
-		state->list = eina_list_append(state->list, entry);
+		state->list = eina()->append(state->list, entry);
 	}
 }
 
@@ -207,9 +242,7 @@ Eina_List *loadTable(Kind kind, const char *path)
 		return nullptr;
 	}
 
-	// The service's lists live as long as the process, so its hold on Eina is never released.
-	static const bool einaReady = eina_init() > 0;
-	if (!einaReady) {
+	if (!eina()) {
 		g_free(contents);
 		set_last_result(UXT_THEME_ERROR_OUT_OF_MEMORY);
 		return nullptr;

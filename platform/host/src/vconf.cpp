@@ -49,12 +49,15 @@ bool validKey(const char *key)
 	return false;
 }
 
-std::unique_ptr<KeyStore> openStore()
+// Every text call of the library reads several settings: parse the file once, not per read.
+KeptStore g_store;
+
+KeyStore *loadStore()
 {
-	return std::unique_ptr<KeyStore>(new KeyStore(root() + "/vconf.ini",
+	return g_store.load(root() + "/vconf.ini",
 			" Settings of the simulated device (vconf); one group per value type.\n"
 			" Keys missing here are unset, except the region format, the language and the\n"
-			" time zone, which follow the desktop until they are set."));
+			" time zone, which follow the desktop until they are set.");
 }
 
 // "de_DE.UTF-8" out of the first non-empty variable; the device only knows UTF-8 locales.
@@ -160,8 +163,8 @@ int setValue(const char *key, const Value &value)
 {
 	if (!validKey(key))
 		return fail(key ? VCONF_ERROR_WRONG_PREFIX : VCONF_ERROR_WRONG_VALUE);
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return fail(VCONF_ERROR_FILE_FREAD);
 	Value old;
 	if (effectiveValue(*store, key, &old) == VCONF_OK && old == value)
@@ -177,8 +180,8 @@ int getValue(const char *key, Type type, Value *out)
 {
 	if (!validKey(key))
 		return fail(key ? VCONF_ERROR_WRONG_PREFIX : VCONF_ERROR_WRONG_VALUE);
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return fail(VCONF_ERROR_FILE_FREAD);
 	int detail = effectiveValue(*store, key, out);
 	if (detail != VCONF_OK)
@@ -200,6 +203,7 @@ int vconfReset()
 		}
 	}
 	g_registrations.clear();
+	g_store.drop();
 	return live;
 }
 
@@ -371,8 +375,8 @@ ZON_HOST_API int zon_host_vconf_unset(const char *key)
 {
 	if (!validKey(key))
 		return -1;
-	std::unique_ptr<KeyStore> store = openStore();
-	if (!store->load())
+	KeyStore *store = loadStore();
+	if (!store)
 		return -1;
 	if (!store->remove(key))
 		return 0;

@@ -51,6 +51,7 @@
 
 #include "WDefine.h"
 #include "WSignalIdGenerator.h"
+#include "WSignalObjectWatch.h"
 
 namespace app_trellis {
 
@@ -286,7 +287,7 @@ void WSignal<void(Args...)>::_listenerEvasObjectDelCb(void* data, Evas*, Evas_Ob
 template <typename... Args>
 void WSignal<void(Args...)>::_bind(ListenerInfo& info)
 {
-	evas_object_event_callback_add(info.evasObj, EVAS_CALLBACK_DEL, _listenerEvasObjectDelCb, &info);
+	WSignalObjectWatch::add(info.evasObj, _listenerEvasObjectDelCb, &info);
 }
 
 template <typename... Args>
@@ -294,7 +295,7 @@ void WSignal<void(Args...)>::_unbind(ListenerInfo& info)
 {
 	if (!info.evasObj)
 		return;
-	evas_object_event_callback_del_full(info.evasObj, EVAS_CALLBACK_DEL, _listenerEvasObjectDelCb, &info);
+	WSignalObjectWatch::del(info.evasObj, _listenerEvasObjectDelCb, &info);
 	info.evasObj = nullptr;
 }
 
