@@ -184,9 +184,11 @@ ZON_HOST_API int zon_host_set_device_zone(const char *zone)
 		platformLog(DLOG_ERROR, kTag, "unknown time zone \"%s\"", zone ? zone : "(null)");
 		return -1;
 	}
+	// The setting first: its unset value follows the link, and a change is only notified as one
+	// while the link still names the old zone.
+	int rc = vconf_set_str(VCONFKEY_SETAPPL_TIMEZONE_ID, zone);
 	if (!linkDeviceZone(zone))
 		return -1;
-	int rc = vconf_set_str(VCONFKEY_SETAPPL_TIMEZONE_ID, zone);
 	applyDeviceZone();
 	return rc == 0 ? 0 : -1;
 }
