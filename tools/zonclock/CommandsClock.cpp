@@ -190,7 +190,7 @@ int runHome(const Invocation& invocation, Session& session)
 	printf("Home zone: %s\n", deviceLine(session).c_str());
 	const Cityinfo* city = cityOfZone(session.deviceZone());
 	if (city)
-		printf("Catalogue city: %s (catalogue GMT text %s)\n", describeCity(*city).c_str(), city->timezone);
+		printf("Catalogue city: %s, the first of this zone (catalogue GMT text %s)\n", describeCity(*city).c_str(), city->timezone);
 	else
 		printf("Catalogue city: none has this zone; the map cannot show the device's band.\n");
 	return kExitOk;
