@@ -11,6 +11,7 @@
 #include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
+#include "ZoneClock.h"
 
 namespace {
 
@@ -42,17 +43,6 @@ protected:
 		return local.tm_gmtoff;
 	}
 
-	static long offsetOf(const char *zone, time_t t)
-	{
-		setenv("TZ", zone, 1);
-		tzset();
-		struct tm local;
-		localtime_r(&t, &local);
-		unsetenv("TZ");
-		tzset();
-		return local.tm_gmtoff;
-	}
-
 	static std::string icuDefaultZone()
 	{
 		std::unique_ptr<icu::TimeZone> tz(icu::TimeZone::createDefault());
@@ -79,7 +69,7 @@ TEST_F(HostZone, OneCallMovesLinkSettingCLibraryAndIcuTogether)
 		EXPECT_STREQ(zone, setting);
 		free(setting);
 
-		const long expected = offsetOf(zone, now);
+		const long expected = zoneClock(zone, now).tm_gmtoff;
 		EXPECT_EQ(expected, localOffsetAfterCityConversion(now));
 		EXPECT_EQ(nullptr, getenv("TZ")) << "TZ stays unset as the caller left it";
 		EXPECT_EQ(expected, localtime(&now)->tm_gmtoff);

@@ -2,6 +2,7 @@
 #include <regex>
 
 #include "ZonCityList.h"
+#include "ZoneClock.h"
 #include "ZonclockRun.h"
 
 namespace {
@@ -31,12 +32,7 @@ std::vector<std::vector<std::string>> tableRows(const std::string& text)
 // "14:05" and "GMT+5:30" of a zone at t, from the C library.
 std::pair<std::string, std::string> clockOf(const char* zone, time_t t)
 {
-	setenv("TZ", zone, 1);
-	tzset();
-	struct tm local;
-	localtime_r(&t, &local);
-	unsetenv("TZ");
-	tzset();
+	struct tm local = zoneClock(zone, t);
 	char hhmm[8], gmt[16];
 	snprintf(hhmm, sizeof hhmm, "%02d:%02d", local.tm_hour, local.tm_min);
 	long minutes = local.tm_gmtoff / 60;
