@@ -115,6 +115,20 @@ TEST_F(HostZone, ExistingDeviceWinsOverTzAndNoLinkMeansUtc)
 	EXPECT_EQ("Etc/UTC", icuDefaultZone());
 }
 
+TEST_F(HostZone, NewerMachineTzdataIsLoggedWhenTheDeviceOpens)
+{
+	const std::string upgraded = rootPath("tzdata.zi");
+	FILE *file = fopen(upgraded.c_str(), "w");
+	ASSERT_NE(nullptr, file);
+	fputs("# version 2099z\n", file);
+	fclose(file);
+	setEnv("ZON_HOST_TZDATA", upgraded.c_str());
+	zon_host_reset();
+	zon_host_log_capture(true);
+	zon_host_root();
+	EXPECT_TRUE(zon_host_log_contains("the machine's tzdata is 2099z"));
+}
+
 TEST(HostZoneRules, IcuReadsTheMachinesRules)
 {
 	char line[64] = "";

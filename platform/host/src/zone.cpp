@@ -158,7 +158,9 @@ void checkZoneRules()
 {
 	UErrorCode status = U_ZERO_ERROR;
 	const char *icuVersion = icu::TimeZone::getTZDataVersion(status);
-	std::string machine = firstLine(ZON_HOST_TZDATA_SOURCE);
+	// ZON_HOST_TZDATA names another tz source to compare with (tests play an upgrade with it).
+	const char *source = getenv("ZON_HOST_TZDATA");
+	std::string machine = firstLine(source && *source ? source : ZON_HOST_TZDATA_SOURCE);
 	const char kPrefix[] = "# version ";
 	if (machine.compare(0, sizeof(kPrefix) - 1, kPrefix) == 0)
 		machine.erase(0, sizeof(kPrefix) - 1);

@@ -86,7 +86,9 @@ const char *zon_host_device_zone(void);
 /* The directory of the zone rules ICU reads: built at build time from the machine's tzdata
  * (tools/tzdata), installed beside the library as share/zon-host/icu-tz. A program that uses
  * the library cannot bypass it: the library points ICU there while it loads. When the machine's
- * tzdata is newer than these rules, opening a device logs a warning; rebuilding picks it up. */
+ * tzdata (the version line of /usr/share/zoneinfo/tzdata.zi, or of the file $ZON_HOST_TZDATA
+ * names) is not what these rules were built from, opening a device logs a warning; rebuilding
+ * picks the new tzdata up. */
 const char *zon_host_icu_zone_dir(void);
 
 /* Sets the application id that app paths and preferences belong to (the process "is" that
