@@ -33,7 +33,7 @@ std::vector<std::vector<std::string>> tableRows(const std::string& text)
 std::pair<std::string, std::string> clockOf(const char* zone, time_t t)
 {
 	struct tm local = zoneClock(zone, t);
-	char hhmm[8], gmt[16];
+	char hhmm[8], gmt[48];
 	snprintf(hhmm, sizeof hhmm, "%02d:%02d", local.tm_hour, local.tm_min);
 	long minutes = local.tm_gmtoff / 60;
 	long hours = labs(minutes) / 60, rest = labs(minutes) % 60;
