@@ -14,8 +14,11 @@
  *   the zone from the environment): while TZ is unset, those run with TZ naming the device's link
  *   for the length of the call and unset again, so the C library's zone is the device's and TZ
  *   stays unset as the caller left it. Every other time function uses what the last of them
- *   loaded. The alternative of keeping TZ set to the device's zone would break the "TZ unset
- *   afterwards" that the time utilities promise.
+ *   loaded. Keeping TZ set to the device's zone instead would break the "TZ unset afterwards"
+ *   that the time utilities promise; defining tzset() here for the dynamic loader to find would
+ *   only win when it happens to search this library before the C library, while --wrap binds
+ *   the calls when the program or library is linked. The device's zone holds from the first use
+ *   of a device (root()), which also removes the desktop's TZ from the environment.
  */
 #include "host_internal.h"
 
