@@ -5,8 +5,8 @@
  *   "zonvista" domain bound to the build's catalogues (ZON_LOCALE_DIR).
  * - Independent truth: zone offsets from the C library's broken-down clocks (not tm_gmtoff), and
  *   clock texts from ICU's C++ formatter.
- * - The device's own zone is the process's zone (/etc/localtime; the library unsets TZ after each
- *   call), so expectations are built relative to whatever it is.
+ * - The device's own zone is the process's local zone (zon-host keeps its link there while TZ is
+ *   unset), so expectations are built relative to whatever it is.
  * - ZON_FROZEN_CLOCK(epoch): reruns the current test in a child process whose clock starts at
  *   that instant (libfaketime); the test is skipped when libfaketime is not installed.
  *   ZON_FROZEN_CLOCK(epoch, mode): the child's clock stands still there, or (ClockMode::Movable)
@@ -37,6 +37,7 @@
 #include <vconf.h>
 
 #include "HostFixture.h"
+#include "ZoneClock.h"
 #include "ZonTimeUtil.h"
 #include "ZonTimeUtilTestPeer.h"
 
@@ -49,12 +50,12 @@ namespace zontest {
 // The broken-down clock of `zone` (null: the device's own zone) at t.
 inline struct tm clockIn(const char* zone, time_t t)
 {
-	zone ? setenv("TZ", zone, 1) : unsetenv("TZ");
+	if (zone)
+		return zoneClock(zone, t);
+	unsetenv("TZ");
 	tzset();
 	struct tm local;
 	localtime_r(&t, &local);
-	unsetenv("TZ");
-	tzset();
 	return local;
 }
 

@@ -23,18 +23,6 @@ std::vector<std::string> rowOf(const std::string& table, const std::string& firs
 	return {};
 }
 
-// The value after "Label:" on its own line.
-std::string field(const std::string& text, const std::string& label)
-{
-	for (const std::string& line : lines(text)) {
-		if (line.rfind(label + ":", 0) == 0) {
-			size_t start = line.find_first_not_of(' ', label.size() + 1);
-			return start == std::string::npos ? std::string() : line.substr(start);
-		}
-	}
-	return "(no " + label + " line)";
-}
-
 // ICU puts a narrow no-break space before the marker.
 const std::regex kClock12("\\d{1,2}:\\d{2}( |\xE2\x80\xAF)(AM|PM)");
 const std::regex kClock24("\\d{2}:\\d{2}");

@@ -48,6 +48,18 @@ inline bool contains(const std::string& text, const std::string& part)
 	return text.find(part) != std::string::npos;
 }
 
+// The value after "Label:" on its own line.
+inline std::string field(const std::string& text, const std::string& label)
+{
+	for (const std::string& line : lines(text)) {
+		if (line.rfind(label + ":", 0) == 0) {
+			size_t start = line.find_first_not_of(' ', label.size() + 1);
+			return start == std::string::npos ? std::string() : line.substr(start);
+		}
+	}
+	return "(no " + label + " line)";
+}
+
 #define EXPECT_SUCCESS(run) EXPECT_EQ((run).exitCode, 0) << (run).err
 
 // Usage errors are one "zonclock: " line on stderr, nothing on stdout, and exit code 2.

@@ -17,6 +17,7 @@
 #include "Session.h"
 #include "Table.h"
 #include "ZonDBManager.h"
+#include "ZonTimeUtil.h"
 
 namespace zonclock {
 
@@ -69,11 +70,12 @@ int runList(const Invocation& invocation, Session& session)
 	}
 
 	Table table({{"#", Table::Right}, {"Row", Table::Right}, {"Id", Table::Right}, {"City"},
-		{"Country"}, {"GMT"}, {"Zone"}});
+		{"Country"}, {"GMT"}, {"Catalogue GMT"}, {"Zone"}});
 	int position = 0;
 	for (const Cityinfo& city : cities) {
 		table.addRow({std::to_string(++position), std::to_string(city.dbId), std::to_string(city.id),
-			displayName(city), displayCountry(city), city.timezone, city.timezone_path});
+			displayName(city), displayCountry(city), ZonTimeUtil::getCurrentGMT(city.timezone_path), city.timezone,
+			city.timezone_path});
 	}
 	table.print(stdout);
 	return kExitOk;

@@ -3,12 +3,13 @@
  *
  * Every text is the library's, made from the device's settings (region format, 24-hour clock,
  * display language); zonclock only lays them out. Differences and the date the sun is reckoned
- * for depend on the device's own zone, so the process is put back into it before each such call
- * (see Session::useDeviceZone()).
+ * for depend on the device's own zone, which zon-host keeps as the process's local zone.
  */
 #include <cmath>
 #include <string>
 #include <vector>
+
+#include <sys/stat.h>
 
 #include "Catalogue.h"
 #include "CityOperand.h"
@@ -35,21 +36,13 @@ struct Sun {
 	bool daytime = false;
 };
 
-Sun sunOf(Session& session, const Cityinfo& city)
+Sun sunOf(const Cityinfo& city)
 {
 	Sun sun;
 	const double* point = allCityPoints[city.id - 1];
-	// The library reckons the sun for the device's date.
-	session.useDeviceZone();
 	ZonTimeUtil::getSunRiseSetTime(city.timezone, point[0], point[1], sun.sunrise, sun.sunset, &sun.daytime,
 		city.timezone_path);
 	return sun;
-}
-
-std::string differenceOf(Session& session, const char* zone)
-{
-	session.useDeviceZone();
-	return ZonTimeUtil::getTimeDiff(zone);
 }
 
 std::string dayOrNight(bool daytime)
@@ -57,22 +50,46 @@ std::string dayOrNight(bool daytime)
 	return daytime ? "day" : "night";
 }
 
+// The catalogue city of a zone, for the device's zone; nullptr when none has it.
+const Cityinfo* cityOfZone(const std::string& zone)
+{
+	for (int id = 1; id <= catalogueSize(); ++id) {
+		if (zone == catalogueCity(id)->timezone_path)
+			return catalogueCity(id);
+	}
+	return nullptr;
+}
+
 // "10:15 AM, Tue, May 5 in UTC (GMT+0)": what every difference is measured from.
 std::string deviceLine(Session& session)
 {
-	const char* zone = session.deviceZone().c_str();
-	return ZonTimeUtil::getCurrentTime(zone) + ", " + ZonTimeUtil::getCurrentDate(zone) + " in " + zone + " (" +
-		ZonTimeUtil::getCurrentGMT(zone) + ")";
+	std::string home = session.deviceZone();
+	// Without its link the device, like the C library, is on UTC.
+	const char* zone = home.empty() ? "UTC" : home.c_str();
+	return ZonTimeUtil::getCurrentTime(zone) + ", " + ZonTimeUtil::getCurrentDate(zone) + " in " +
+		(home.empty() ? "UTC (no local-time link)" : home) + " (" + ZonTimeUtil::getCurrentGMT(zone) + ")";
 }
 
 int runClock(const Invocation& invocation, Session& session)
 {
 	bool second = invocation.has("--second");
+	std::vector<Cityinfo> cities;
+	for (const std::string& operand : invocation.operands) {
+		int exitCode = kExitOk;
+		const Cityinfo* city = resolveCity(operand, exitCode);
+		if (!city)
+			return exitCode;
+		cities.push_back(*city);
+	}
+	if (!invocation.operands.empty() && second)
+		return usageError("--second chooses a list; cities given by name need none");
 	ZonDBManager* db = session.db();
 	// getAllCityList() refills its buffer on every call, getWeatherInfo() does not touch it.
-	std::vector<Cityinfo> cities = db->getAllCityList(second);
-	if (db->lastError())
-		return failure("cannot read the %s: %s", second ? "second list" : "main list", databaseFailure(db).c_str());
+	if (invocation.operands.empty()) {
+		cities = db->getAllCityList(second);
+		if (db->lastError())
+			return failure("cannot read the %s: %s", second ? "second list" : "main list", databaseFailure(db).c_str());
+	}
 
 	printf("Device: %s\n\n", deviceLine(session).c_str());
 	if (cities.empty()) {
@@ -86,8 +103,8 @@ int runClock(const Invocation& invocation, Session& session)
 		{"Weather"}});
 	for (const Cityinfo& city : cities) {
 		const char* zone = city.timezone_path;
-		std::string difference = differenceOf(session, zone);
-		Sun sun = sunOf(session, city);
+		std::string difference = ZonTimeUtil::getTimeDiff(zone);
+		Sun sun = sunOf(city);
 		table.addRow({displayName(city), ZonTimeUtil::getCurrentTime(zone), ZonTimeUtil::getCurrentDate(zone),
 			difference.empty() ? kNone : difference, ZonTimeUtil::getCurrentGMT(zone), sun.sunrise, sun.sunset,
 			dayOrNight(sun.daytime), cachedWeatherText(cachedWeather(db, city.id, second))});
@@ -109,17 +126,15 @@ int runDiff(const Invocation& invocation, Session& session)
 		return exitCode;
 
 	const char* zone = city->timezone_path;
-	session.useDeviceZone();
+	std::string home = session.deviceZone();
 	double offset = ZonTimeUtil::getGmtOffset(zone);
-	std::string row = differenceOf(session, zone);
-	session.useDeviceZone();
+	std::string row = ZonTimeUtil::getTimeDiff(zone);
 	std::string spoken = ZonTimeUtil::getTimeDiffToRead(zone);
-	session.useDeviceZone();
 	std::string markup = ZonTimeUtil::getTimeDiffWithFontSize(zone);
-	session.useDeviceZone();
 	std::string arc = ZonTimeUtil::getTimeDiffOnWidgetArc(zone);
 
-	printf("%s in %s; the device is in %s.\n", describeCity(*city).c_str(), zone, session.deviceZone().c_str());
+	printf("%s in %s; the device is in %s.\n", describeCity(*city).c_str(), zone,
+		home.empty() ? "UTC (no local-time link)" : home.c_str());
 	printf("Offset:        %+g h\n", offset);
 	printf("List row:      %s\n", quoted(row).c_str());
 	printf("Screen reader: %s\n", quoted(spoken).c_str());
@@ -138,13 +153,50 @@ int runSun(const Invocation& invocation, Session& session)
 		return exitCode;
 
 	session.openDevice();
-	Sun sun = sunOf(session, *city);
+	Sun sun = sunOf(*city);
 	const double* point = allCityPoints[city->id - 1];
 	printf("%s in %s, at %.4f %c %.4f %c.\n", describeCity(*city).c_str(), city->timezone_path, std::fabs(point[0]),
 		point[0] < 0 ? 'S' : 'N', std::fabs(point[1]), point[1] < 0 ? 'W' : 'E');
 	printf("Sunrise: %s\n", sun.sunrise.c_str());
 	printf("Sunset:  %s\n", sun.sunset.c_str());
 	printf("Now:     %s\n", dayOrNight(sun.daytime).c_str());
+	return kExitOk;
+}
+
+// A city operand, else an Olson zone id: the city's zone, or the id itself.
+bool homeZoneOf(const std::string& operand, std::string& zone, int& exitCode)
+{
+	CityLookup lookup = lookupCity(operand);
+	std::string path = "/usr/share/zoneinfo/" + operand;
+	struct stat info;
+	if (lookup.status == CityLookup::UnknownName && operand.find("..") == std::string::npos &&
+		stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode)) {
+		zone = operand;
+		return true;
+	}
+	const Cityinfo* city = resolveCity(operand, exitCode);
+	if (!city)
+		return false;
+	zone = city->timezone_path;
+	return true;
+}
+
+int runHome(const Invocation& invocation, Session& session)
+{
+	if (!invocation.operands.empty()) {
+		std::string zone;
+		int exitCode = kExitOk;
+		if (!homeZoneOf(invocation.operands[0], zone, exitCode))
+			return exitCode;
+		if (!session.setHomeZone(zone))
+			return failure("the device refused %s as its zone (see %s)", zone.c_str(), session.logPath().c_str());
+	}
+	printf("Home zone: %s\n", deviceLine(session).c_str());
+	const Cityinfo* city = cityOfZone(session.deviceZone());
+	if (city)
+		printf("Catalogue city: %s, the first of this zone (catalogue GMT text %s)\n", describeCity(*city).c_str(), city->timezone);
+	else
+		printf("Catalogue city: none has this zone; the map cannot show the device's band.\n");
 	return kExitOk;
 }
 
@@ -170,18 +222,28 @@ void registerClockCommands(CommandSet& commands)
 		"\"Today\" is the device's date. In a polar night or day the library's reckoning gives\n"
 		"clock times that mean nothing.");
 
-	commands.add({"clock", "", 0, 0, {kSecondList},
-		"Show the world clock of the main list, or the second list",
-		"Shows the device's time, then for each city of the main list (or the second list) its\n"
+	commands.add({"clock", "[CITY...]", 0, 1000, {kSecondList},
+		"Show the world clock of the main list, the second list, or the cities given",
+		"Shows the device's time, then for each city of the main list (or the second list, or\n"
+		"each CITY given, by id or English name, in that order) its\n"
 		"local time and date, its difference from the device, its GMT offset, today's sunrise\n"
 		"and sunset, whether it is day or night there, and the weather cached for it: condition,\n"
 		"temperature and how old the answer is ('stale' past three hours, when the next request\n"
 		"goes to the weather agent). '\u2014' marks no difference and no weather.\n"
-		"The device's zone is its local-time link, which a new device takes from the desktop\n"
-		"(TZ, else /etc/localtime).\n"
+		"Differences are measured from the device's home zone (see 'zonclock help home').\n"
 		"Texts follow the device's region format, display language and 12/24-hour setting; see\n"
 		"the global options to change them for one run.",
 		runClock});
+	static const std::string homeHelp = withCityHelp(
+		"Shows the device's home zone, its time and its catalogue city; with an operand, first\n"
+		"makes the zone of CITY, or the zone id ZONE (\"Asia/Kolkata\", \"UTC\"), the home zone.\n"
+		"The home zone is the device's own setting: its local-time link, its time-zone setting,\n"
+		"and what the C library and ICU take as local, changed together.\n"
+		"A new device takes the desktop's zone: TZ when zonclock starts, else /etc/localtime.\n"
+		"After that the device's zone wins: TZ=Asia/Kolkata on an existing device is not used\n"
+		"(zonclock says so); 'zonclock home Asia/Kolkata' moves the device there.");
+	commands.add({"home", "[CITY|ZONE]", 0, 1, {},
+		"Show or set the device's home zone", homeHelp.c_str(), runHome});
 	commands.add({"diff", "CITY", 1, 1, {},
 		"Show the difference texts between a city and the device", diffHelp.c_str(), runDiff});
 	commands.add({"sun", "CITY", 1, 1, {},

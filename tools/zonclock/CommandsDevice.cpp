@@ -89,20 +89,36 @@ std::string localTimeLinkTarget()
 	return target;
 }
 
-// Why the map started where it did, in words.
+// The catalogue city whose zone the device's link names; nullptr when there is none.
+const Cityinfo* deviceCity(const std::string& target)
+{
+	for (int id = 1; id <= catalogueSize(); ++id) {
+		const Cityinfo* city = catalogueCity(id);
+		if (target == city->timezone_path)
+			return city;
+	}
+	return nullptr;
+}
+
+// Why the map started where it did, in words. The library finds the device's city only when the
+// link's target is exactly a catalogue zone name; otherwise it leaves the map on the band it
+// starts from, which says nothing about the device's zone.
 std::string deviceZoneLine(const std::vector<Band>& bands, int deviceStartPosX)
 {
 	std::string target = localTimeLinkTarget();
 	std::string band = describeBand(bands, deviceStartPosX);
+	if (const Cityinfo* city = target.empty() ? nullptr : deviceCity(target))
+		return "Device zone: " + target + " (" + city->timezone + "), " + band + ".";
+	const std::string notTheDevices = "the map merely opens on " + band + ", which is not the device's band.";
 	if (target.empty())
-		return "Device zone: no local-time link, so the map starts on " + band + ".";
-	for (int id = 1; id <= catalogueSize(); ++id) {
-		const Cityinfo* city = catalogueCity(id);
-		if (target == city->timezone_path)
-			return "Device zone: " + target + " (" + city->timezone + "), " + band + ".";
-	}
-	return "Device zone: the local-time link points at " + target +
-		", which is no catalogue zone name, so the map starts on " + band + ".";
+		return "Device zone: UTC (no local-time link), which has no catalogue city: " + notTheDevices;
+	size_t at = target.rfind("zoneinfo/");
+	std::string zone = at == std::string::npos ? target : target.substr(at + strlen("zoneinfo/"));
+	if (const Cityinfo* city = deviceCity(zone))
+		return "Device zone: " + zone + ", the zone of " + describeCity(*city) + " (" + city->timezone +
+			"). The library looks the link's target " + target + " up as it stands and finds no city: " +
+			notTheDevices;
+	return "Device zone: " + zone + ", which has no catalogue city: " + notTheDevices;
 }
 
 bool parseInt(const std::string& text, int& value)
@@ -165,7 +181,10 @@ int runMap(const Invocation& invocation, Session& session)
 			", which starts at x " + std::to_string(start) + ".";
 	}
 
-	int current = indexOf(bands, map->getStartPosX());
+	// '*' marks the selected band, else the device's; a device without a catalogue city has none.
+	std::string target = localTimeLinkTarget();
+	bool deviceHasBand = !target.empty() && deviceCity(target);
+	int current = selection.empty() && !deviceHasBand ? -1 : indexOf(bands, map->getStartPosX());
 	Table table({{""}, {"#", Table::Right}, {"Title"}, {"X", Table::Right}, {"GMT"}, {"Header id"}});
 	for (size_t i = 0; i < bands.size(); ++i) {
 		const Band& band = bands[i];

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 
 #include <vconf.h>
 #include <zon-host/zon_host.h>
@@ -31,6 +30,9 @@ void Session::openDevice()
 		return;
 	if (!_root.empty())
 		setenv("ZON_HOST_ROOT", _root.c_str(), 1);
+	// The host removes TZ from the environment once it stands for the device's zone.
+	const char* tz = getenv("TZ");
+	std::string desktopZone = tz ? (tz[0] == ':' ? tz + 1 : tz) : "";
 	// The host takes the root from the environment anew after a reset.
 	zon_host_reset();
 
@@ -49,27 +51,23 @@ void Session::openDevice()
 
 	_overrides.apply();
 	followDeviceLanguage();
-	char* zone = vconf_get_str(VCONFKEY_SETAPPL_TIMEZONE_ID);
-	if (zone)
-		_deviceZone = zone;
-	else if (const char* tz = getenv("TZ"))
-		_deviceZone = tz;
-	free(zone);
+	std::string home = zon_host_device_zone();
+	if (!desktopZone.empty() && desktopZone != home)
+		fprintf(stderr,
+			"zonclock: TZ=%s is not used: the device's home zone is %s ('zonclock home %s' changes it)\n",
+			desktopZone.c_str(), home.empty() ? "UTC (no local-time link)" : home.c_str(), desktopZone.c_str());
 }
 
-const std::string& Session::deviceZone()
+std::string Session::deviceZone()
 {
 	openDevice();
-	return _deviceZone;
+	return zon_host_device_zone();
 }
 
-void Session::useDeviceZone()
+bool Session::setHomeZone(const std::string& zone)
 {
-	// Without a zone of its own the device is the system's, which is where the library leaves us.
-	if (!deviceZone().empty()) {
-		setenv("TZ", _deviceZone.c_str(), 1);
-		tzset();
-	}
+	openDevice();
+	return zon_host_set_device_zone(zone.c_str()) == 0;
 }
 
 ZonDBManager* Session::db()

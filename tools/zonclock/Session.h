@@ -12,10 +12,11 @@
  * Opening the device also applies the run's setting overrides (restored by the destructor) and
  * makes gettext follow the device's display language.
  *
- * The device's own zone is its local-time link, which a new device takes from the desktop (TZ
- * when zonclock started, else /etc/localtime). The library sets and removes TZ around every
- * conversion, which would leave the process in /etc/localtime's zone after the first one;
- * useDeviceZone() puts the device's zone back before a call that measures against it.
+ * The device's own zone (its home zone) belongs to zon-host: its local-time link, which a new
+ * device takes from the desktop (TZ when zonclock started, else /etc/localtime), and which the
+ * C library and ICU take as local from the moment the device is open. On an existing device TZ
+ * does not move it: openDevice() says so on stderr when TZ names another zone, and
+ * setHomeZone() is the way to change it.
  */
 #ifndef ZONCLOCK_SESSION_H
 #define ZONCLOCK_SESSION_H
@@ -44,15 +45,15 @@ public:
 	// Where the platform log of this run goes; empty until the device is open.
 	const std::string& logPath() const { return _logPath; }
 
-	// The device's zone ("Asia/Seoul"), and making it the process's zone again. Opens the device.
-	const std::string& deviceZone();
-	void useDeviceZone();
+	// The device's zone ("Asia/Seoul"; empty without a local-time link). Opens the device.
+	std::string deviceZone();
+	// Makes `zone` (an Olson id) the device's zone; false, with the host's log line, if refused.
+	bool setHomeZone(const std::string& zone);
 
 private:
 	std::string _root;
 	SettingOverrides _overrides;
 	std::string _logPath;
-	std::string _deviceZone;
 	bool _deviceOpen = false;
 	ZonDBManager* _db = nullptr;
 };

@@ -42,16 +42,6 @@ const std::string g_tzAtLoad = [] {
 	return std::string(tz ? tz : "");
 }();
 
-const char kZoneInfo[] = "/usr/share/zoneinfo/";
-
-bool isZoneName(const std::string &zone)
-{
-	if (zone.empty() || zone[0] == '/' || zone.find("..") != std::string::npos)
-		return false;
-	struct stat st;
-	return stat((kZoneInfo + zone).c_str(), &st) == 0 && S_ISREG(st.st_mode);
-}
-
 std::string resolveRoot()
 {
 	std::string path;
@@ -83,11 +73,7 @@ void seedDevice(const std::string &root)
 	std::string etc = root + "/fs/opt/etc";
 	if (g_file_test(etc.c_str(), G_FILE_TEST_IS_DIR))
 		return;
-	if (!ensureDir(etc))
-		return;
-	std::string target = kZoneInfo + desktopTimeZone();
-	if (symlink(target.c_str(), (etc + "/localtime").c_str()) != 0 && errno != EEXIST)
-		platformLog(DLOG_ERROR, "ZON_HOST", "cannot create %s/localtime: %s", etc.c_str(), g_strerror(errno));
+	linkDeviceZone(desktopTimeZone());
 }
 
 bool validAppId(const char *id)
@@ -158,6 +144,11 @@ bool ensureDir(const std::string &path)
 	return false;
 }
 
+bool deviceOpen()
+{
+	return g_rootReady;
+}
+
 const std::string &root()
 {
 	if (!g_rootReady) {
@@ -165,6 +156,11 @@ const std::string &root()
 		g_rootReady = true;
 		if (ensureDir(g_root))
 			seedDevice(g_root);
+		// From here on the device's link is the local zone; the desktop's TZ only chose the
+		// zone of a new device (desktopTimeZone() keeps it).
+		unsetenv("TZ");
+		applyDeviceZone();
+		checkZoneRules();
 	}
 	return g_root;
 }

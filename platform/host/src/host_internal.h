@@ -57,6 +57,8 @@ bool declareFaultPoints(std::initializer_list<const char *> names);
 
 // The device root, created on first use, without a trailing '/'.
 const std::string &root();
+// True once root() chose the device (until the next zon_host_reset()).
+bool deviceOpen();
 // <root>/apps/<app id>/ followed by `sub` ("data/", "shared/res/", ...). Created when
 // `create`; empty string when that fails.
 std::string appDir(const char *sub, bool create);
@@ -67,6 +69,19 @@ bool ensureDir(const std::string &path);
 std::string zoneFromPath(const std::string &path);
 // The desktop's Olson zone id ("Europe/Berlin"), "UTC" when it can't be told.
 std::string desktopTimeZone();
+
+// ---- the device's zone (zone.cpp) ----
+
+// True for an Olson id with a zone file under /usr/share/zoneinfo.
+bool isZoneName(const std::string &zone);
+// Points <root>/fs/opt/etc/localtime at the zone's file (replacing any link); logs failures.
+bool linkDeviceZone(const std::string &zone);
+// The zone id the device's link names; empty without a link.
+std::string deviceZoneId();
+// Makes the device's link what the C library and ICU take as local.
+void applyDeviceZone();
+// Logs when ICU's zone rules are missing or older than the machine's tzdata.
+void checkZoneRules();
 
 // ---- typed key files (keystore.cpp) ----
 

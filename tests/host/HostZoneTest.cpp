@@ -1,0 +1,144 @@
+#include <stdlib.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <unicode/timezone.h>
+#include <vconf.h>
+#include <zon-host/zon_host.h>
+
+#include "HostFixture.h"
+#include "ZoneClock.h"
+
+namespace {
+
+std::vector<std::string> g_seen;
+
+void recordZone(keynode_t *node, void *)
+{
+	g_seen.push_back(vconf_keynode_get_str(node));
+}
+
+class HostZone : public HostFixture {
+protected:
+	std::string link() const
+	{
+		char target[1024] = "";
+		ssize_t n = readlink(rootPath("fs/opt/etc/localtime").c_str(), target, sizeof target - 1);
+		return n < 0 ? "<none>" : std::string(target, n);
+	}
+
+	// What the time utilities leave behind: TZ set to a city, then unset, then tzset().
+	static long localOffsetAfterCityConversion(time_t t)
+	{
+		setenv("TZ", "America/New_York", 1);
+		tzset();
+		unsetenv("TZ");
+		tzset();
+		struct tm local;
+		localtime_r(&t, &local);
+		return local.tm_gmtoff;
+	}
+
+	static std::string icuDefaultZone()
+	{
+		std::unique_ptr<icu::TimeZone> tz(icu::TimeZone::createDefault());
+		std::string id;
+		icu::UnicodeString u;
+		tz->getID(u).toUTF8String(id);
+		return id;
+	}
+};
+
+TEST_F(HostZone, OneCallMovesLinkSettingCLibraryAndIcuTogether)
+{
+	g_seen.clear();
+	ASSERT_EQ(VCONF_OK, vconf_notify_key_changed(VCONFKEY_SETAPPL_TIMEZONE_ID, recordZone, nullptr));
+	const time_t now = time(nullptr);
+
+	// St John's is off by half an hour from every zone a test machine is likely to be in.
+	for (const char *zone : {"Asia/Kolkata", "America/St_Johns"}) {
+		SCOPED_TRACE(zone);
+		ASSERT_EQ(0, zon_host_set_device_zone(zone));
+		EXPECT_EQ(std::string("/usr/share/zoneinfo/") + zone, link());
+		EXPECT_STREQ(zone, zon_host_device_zone());
+		char *setting = vconf_get_str(VCONFKEY_SETAPPL_TIMEZONE_ID);
+		EXPECT_STREQ(zone, setting);
+		free(setting);
+
+		const long expected = zoneClock(zone, now).tm_gmtoff;
+		EXPECT_EQ(expected, localOffsetAfterCityConversion(now));
+		EXPECT_EQ(nullptr, getenv("TZ")) << "TZ stays unset as the caller left it";
+		EXPECT_EQ(expected, localtime(&now)->tm_gmtoff);
+		struct tm local;
+		localtime_r(&now, &local);
+		local.tm_isdst = -1;
+		EXPECT_EQ(now, mktime(&local));
+		EXPECT_EQ(zone, icuDefaultZone());
+	}
+	zon_host_pump(100);
+	EXPECT_EQ((std::vector<std::string>{"Asia/Kolkata", "America/St_Johns"}), g_seen);
+	vconf_ignore_key_changed(VCONFKEY_SETAPPL_TIMEZONE_ID, recordZone);
+}
+
+TEST_F(HostZone, UnknownZonesAreRefusedAndChangeNothing)
+{
+	ASSERT_EQ(0, zon_host_set_device_zone("Asia/Tokyo"));
+	for (const char *bad : {"Mars/Olympus", "../../etc/passwd", "/usr/share/zoneinfo/UTC", "", "Asia"}) {
+		zon_host_log_clear();
+		EXPECT_EQ(-1, zon_host_set_device_zone(bad)) << bad;
+		EXPECT_TRUE(zon_host_log_contains("unknown time zone")) << bad;
+	}
+	EXPECT_EQ(-1, zon_host_set_device_zone(nullptr));
+	EXPECT_EQ("/usr/share/zoneinfo/Asia/Tokyo", link());
+	EXPECT_EQ(9 * 3600, localOffsetAfterCityConversion(time(nullptr)));
+}
+
+// The desktop's TZ chose the zone of a new device; an existing device keeps its own, and TZ
+// leaves the environment when the device opens.
+TEST_F(HostZone, ExistingDeviceWinsOverTzAndNoLinkMeansUtc)
+{
+	ASSERT_EQ(0, zon_host_set_device_zone("Asia/Kolkata"));
+	setEnv("TZ", "Europe/Paris");
+	zon_host_reset();
+	EXPECT_STREQ("Asia/Kolkata", zon_host_device_zone());
+	EXPECT_EQ(nullptr, getenv("TZ"));
+	EXPECT_EQ(19800, localOffsetAfterCityConversion(time(nullptr)));
+
+	ASSERT_EQ(0, unlink(rootPath("fs/opt/etc/localtime").c_str()));
+	zon_host_reset();
+	EXPECT_STREQ("", zon_host_device_zone());
+	EXPECT_EQ(0, localOffsetAfterCityConversion(time(nullptr)));
+	EXPECT_EQ("Etc/UTC", icuDefaultZone());
+}
+
+TEST_F(HostZone, NewerMachineTzdataIsLoggedWhenTheDeviceOpens)
+{
+	const std::string upgraded = rootPath("tzdata.zi");
+	FILE *file = fopen(upgraded.c_str(), "w");
+	ASSERT_NE(nullptr, file);
+	fputs("# version 2099z\n", file);
+	fclose(file);
+	setEnv("ZON_HOST_TZDATA", upgraded.c_str());
+	zon_host_reset();
+	zon_host_log_capture(true);
+	zon_host_root();
+	EXPECT_TRUE(zon_host_log_contains("the machine's tzdata is 2099z"));
+}
+
+TEST(HostZoneRules, IcuReadsTheMachinesRules)
+{
+	char line[64] = "";
+	FILE *tzdata = fopen("/usr/share/zoneinfo/tzdata.zi", "r");
+	ASSERT_NE(nullptr, tzdata);
+	ASSERT_NE(nullptr, fgets(line, sizeof line, tzdata));
+	fclose(tzdata);
+	UErrorCode status = U_ZERO_ERROR;
+	EXPECT_EQ(std::string(line), std::string("# version ") + icu::TimeZone::getTZDataVersion(status) + "\n");
+	EXPECT_EQ(0, access((std::string(zon_host_icu_zone_dir()) + "/zoneinfo64.res").c_str(), R_OK));
+}
+
+} // namespace

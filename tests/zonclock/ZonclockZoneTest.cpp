@@ -1,0 +1,111 @@
+// zonclock's times against the C library for the whole catalogue, and the device's home zone.
+#include <regex>
+
+#include "ZonCityList.h"
+#include "ZoneClock.h"
+#include "ZonclockRun.h"
+
+namespace {
+
+std::vector<std::string> cells(const std::string& line)
+{
+	static const std::regex gap("  +");
+	return {std::sregex_token_iterator(line.begin(), line.end(), gap, -1), {}};
+}
+
+// The table rows after the header's dashes.
+std::vector<std::vector<std::string>> tableRows(const std::string& text)
+{
+	std::vector<std::vector<std::string>> rows;
+	bool inTable = false;
+	for (const std::string& line : lines(text)) {
+		if (line.rfind("---", 0) == 0 || line.rfind("-  ", 0) == 0)
+			inTable = true;
+		else if (inTable && line.empty())
+			break;
+		else if (inTable)
+			rows.push_back(cells(line));
+	}
+	return rows;
+}
+
+// "14:05" and "GMT+5:30" of a zone at t, from the C library.
+std::pair<std::string, std::string> clockOf(const char* zone, time_t t)
+{
+	struct tm local = zoneClock(zone, t);
+	char hhmm[8], gmt[48];
+	snprintf(hhmm, sizeof hhmm, "%02d:%02d", local.tm_hour, local.tm_min);
+	long minutes = local.tm_gmtoff / 60;
+	long hours = labs(minutes) / 60, rest = labs(minutes) % 60;
+	if (rest)
+		snprintf(gmt, sizeof gmt, "GMT%c%ld:%02ld", minutes < 0 ? '-' : '+', hours, rest);
+	else
+		snprintf(gmt, sizeof gmt, "GMT%c%ld", minutes < 0 ? '-' : '+', hours);
+	return {hhmm, gmt};
+}
+
+class ZonclockZoneTest : public ZonclockFixture {};
+
+// One run over all 331 cities: each row's clock and GMT text are the C library's (read before
+// or after the run, should a minute turn over meanwhile).
+TEST_F(ZonclockZoneTest, EveryCatalogueCityShowsTheCLibrarysTime)
+{
+	std::vector<std::string> args{"--24h", "--region", "en_US", "clock"};
+	for (const Cityinfo& city : allCityList)
+		args.push_back(std::to_string(city.id));
+	time_t before = time(nullptr);
+	Outcome view = zonclock(args);
+	time_t after = time(nullptr);
+	ASSERT_EQ(view.exitCode, 0) << view.err;
+
+	auto rows = tableRows(view.out);
+	ASSERT_EQ(rows.size(), sizeof allCityList / sizeof allCityList[0]) << view.out;
+	for (size_t i = 0; i < rows.size(); ++i) {
+		const char* zone = allCityList[i].timezone_path;
+		ASSERT_GE(rows[i].size(), 5u) << zone;
+		auto early = clockOf(zone, before), late = clockOf(zone, after);
+		EXPECT_TRUE(rows[i][1] == early.first || rows[i][1] == late.first)
+			<< zone << ": zonclock " << rows[i][1] << ", C library " << early.first;
+		EXPECT_TRUE(rows[i][4] == early.second || rows[i][4] == late.second)
+			<< zone << ": zonclock " << rows[i][4] << ", C library " << early.second;
+	}
+}
+
+TEST_F(ZonclockZoneTest, HomeZoneIsSetByCityOrZoneIdAndTzDoesNotMoveIt)
+{
+	Outcome kolkata = zonclock({"home", "kolkata"});
+	EXPECT_TRUE(contains(kolkata.out, "in Asia/Kolkata (GMT+5:30)")) << kolkata.out;
+	EXPECT_TRUE(contains(kolkata.out, "Catalogue city: Bangalore (29, India), the first of this zone")) << kolkata.out;
+	EXPECT_EQ(field(zonclock({"diff", "Tokyo"}).out, "Offset"), "+3.5 h");
+
+	// The device's zone wins over TZ, and zonclock says so.
+	Outcome withTz = zonclock({"diff", "Tokyo"}, {"TZ=Asia/Tokyo"});
+	EXPECT_EQ(field(withTz.out, "Offset"), "+3.5 h");
+	EXPECT_TRUE(contains(withTz.err, "TZ=Asia/Tokyo is not used")) << withTz.err;
+
+	Outcome utc = zonclock({"home", "Etc/UTC"});
+	EXPECT_TRUE(contains(utc.out, "in Etc/UTC (GMT+0)")) << utc.out;
+	EXPECT_TRUE(contains(utc.out, "Catalogue city: none")) << utc.out;
+	expectUsageError(zonclock({"home", "Mars/Olympus"}), "no city, no zone");
+	EXPECT_TRUE(contains(zonclock({"home"}).out, "in Etc/UTC")) << "a refused zone changes nothing";
+}
+
+// list and clock show the same current GMT text; the map does not pass the band it opens on
+// off as the device's when the library found no city for the device.
+TEST_F(ZonclockZoneTest, ListAndClockAgreeAndTheMapSaysWhenItHasNoDeviceBand)
+{
+	ASSERT_EQ(zonclock({"add", "Sydney"}).exitCode, 0);
+	auto listed = tableRows(zonclock({"list"}).out);
+	auto clocked = tableRows(zonclock({"clock"}).out);
+	ASSERT_EQ(listed.size(), 1u);
+	ASSERT_EQ(clocked.size(), 1u);
+	EXPECT_EQ(listed[0][5], clocked[0][4]);
+	EXPECT_EQ(listed[0][6], "GMT+10") << "the catalogue's text in its own column";
+
+	Outcome map = zonclock({"map"});
+	EXPECT_TRUE(contains(map.out, "which is not the device's band")) << map.out;
+	for (const auto& row : tableRows(map.out))
+		EXPECT_NE(row[0], "*") << map.out;
+}
+
+} // namespace
