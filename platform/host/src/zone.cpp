@@ -92,8 +92,8 @@ auto inDeviceZone(Call call) -> decltype(call())
 	// No device open yet: the process is still the desktop's, and a time call must not create one.
 	if (getenv("TZ") || !deviceOpen())
 		return call();
-	std::string spec = ":" + linkPath();
-	setenv("TZ", spec.c_str(), 1);
+	std::string deviceTz = ":" + linkPath();
+	setenv("TZ", deviceTz.c_str(), 1);
 	auto result = call();
 	unsetenv("TZ");
 	return result;

@@ -1,10 +1,11 @@
 /*
- * LiteralTimeUtil.h - the reference of the differential test: ZonTimeUtil's text functions (and
+ * LiteralTimeUtil.h - the literal pipeline, reference of the time benchmarks and of the time
+ * tests' differential test: ZonTimeUtil's text functions (and
  * ZonStrUtil::convertNumberToString) as they were before ICU objects were kept between calls.
  * Same names, arguments, results, side effects and log messages; see LiteralTimeUtil.cpp.
  */
-#ifndef ZON_TESTS_LITERAL_TIME_UTIL_H
-#define ZON_TESTS_LITERAL_TIME_UTIL_H
+#ifndef ZON_BENCH_LITERAL_TIME_UTIL_H
+#define ZON_BENCH_LITERAL_TIME_UTIL_H
 
 #include <time.h>
 
@@ -63,4 +64,4 @@ private:
 	static std::string _bestPatternForDate;
 };
 
-#endif /* ZON_TESTS_LITERAL_TIME_UTIL_H */
+#endif /* ZON_BENCH_LITERAL_TIME_UTIL_H */
