@@ -26,11 +26,6 @@ protected:
 	}
 };
 
-std::string failed(const char* call, int code)
-{
-	return std::string(call) + " is failed[" + std::to_string(code) + "]";
-}
-
 TEST_F(DeviceQueriesTest, RegionFormatDirectionComparesTwoBytes)
 {
 	const struct {
@@ -50,10 +45,10 @@ TEST_F(DeviceQueriesTest, RegionFormatDirectionComparesTwoBytes)
 
 	// Unreadable: taken as en_US.
 	ASSERT_EQ(VCONF_OK, vconf_set_str("db/menu_widget/regionformat", "ar_EG.UTF-8"));
-	zon_host_fault_inject("vconf_get_str", 1, VCONF_ERROR);
-	EXPECT_FALSE(zonUtilIsRTL());
-	zon_host_fault_inject("vconf_get_str", 1, VCONF_ERROR);
-	EXPECT_FALSE(zonUtilIsArabic());
+	for (bool (*query)() : {zonUtilIsRTL, zonUtilIsArabic}) {
+		zon_host_fault_inject("vconf_get_str", 1, VCONF_ERROR);
+		EXPECT_FALSE(query());
+	}
 	EXPECT_TRUE(zon_host_log_contains("vconf_get_str() failed : region format"));
 }
 
@@ -108,8 +103,8 @@ TEST_F(DeviceQueriesTest, PackagesPreloadFlagAndTheWeatherPackageState)
 	ASSERT_EQ(0, zon_host_package_uninstall(ZON_HOST_WEATHER_PACKAGE_ID));
 	zonUtilSetWeatherPkgState();
 	EXPECT_FALSE(weatherPreference());
-	EXPECT_TRUE(zon_host_log_contains(
-		failed("package_manager_get_package_info", PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE).c_str()));
+	EXPECT_TRUE(zon_host_log_contains(("package_manager_get_package_info is failed["
+		+ std::to_string(PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE) + "]").c_str()));
 
 	// Installed from the store, so not preloaded.
 	ASSERT_EQ(0, zon_host_package_install(ZON_HOST_WEATHER_PACKAGE_ID, "3.0.1", false));

@@ -43,7 +43,7 @@ protected:
 	ZonMapGmtInfoManager* map = nullptr;
 };
 
-TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesAndImages)
+TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesAndImagesAndWrapAround)
 {
 	ASSERT_EQ(29, map->size());
 	selectBand(20);
@@ -51,10 +51,8 @@ TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesAndImages)
 	EXPECT_EQ("GMT+5:45", map->getGmtOfCityinfo());
 	const std::string image = map->getImgPath(), suffix = "/res/images/zonvista_dot_image/zonvista_dot_gmt_plus_5.75.png";
 	EXPECT_TRUE(image[0] == '/' && image.rfind(suffix) == image.size() - suffix.size()) << image;
-}
 
-TEST_F(MapGmtInfoManagerTest, IndexWrapsAroundAtBothEnds)
-{
+	// The index wraps around at both ends.
 	selectBand(28);
 	map->increaseIndex();
 	EXPECT_EQ(0, currentBand());
