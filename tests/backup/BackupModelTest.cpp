@@ -22,8 +22,7 @@ const auto FAILED = ZON_HOST_CLOUD_FAILED;
 
 unsigned long long nowMs()
 {
-	using namespace std::chrono;
-	return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+	return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 size_t logged(const std::string& text) { return zon_host_log_count_matching(text.c_str()); }
@@ -242,9 +241,8 @@ TEST_F(BackupModelTest, LateFailuresAreLoggedWithoutStoppingTheModel)
 		zon_host_fault_inject(c.function, c.nth, KORVATH_CLOUD_ERROR_IO_ERROR);
 		EXPECT_EQ(c.state, runWith(BACKUP, {"{\"i\":0}", "{\"i\":1}"}));
 		EXPECT_EQ(1u, logged(std::string(c.function) + " failed.(-5)"));
-		if (c.state == FAILED) {
+		if (c.state == FAILED)
 			EXPECT_TRUE(fileValues(trustedPath("backup.dat")).empty());
-		}
 		if (c.state == RUNNING) {
 			EXPECT_EQ("backup 2", lastEvent());
 			ASSERT_EQ(0, zon_host_cloud_time_out());

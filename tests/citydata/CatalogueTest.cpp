@@ -31,10 +31,8 @@ const Cityinfo& city(int id) { return allCityList[id - 1]; }
 std::vector<int> idsWhere(bool (*predicate)(const Cityinfo&))
 {
 	std::vector<int> ids;
-	for (const Cityinfo& c : allCityList) {
-		if (predicate(c))
-			ids.push_back(c.id);
-	}
+	for (const Cityinfo& c : allCityList)
+		ids.insert(ids.end(), predicate(c), c.id);
 	return ids;
 }
 

@@ -64,14 +64,18 @@ double gmtOffsetHours(const char* text)
 
 } // namespace
 
-TEST(CityPointsInvariant, OnePairPerCatalogueCityWithinRange)
+TEST(CityPointsInvariant, OnePairPerCatalogueCityWithinRangeAndAUniqueLatitudeText)
 {
 	static_assert(ZON_CITY_POINT_COUNT == ZON_CITY_COUNT, "one coordinate pair per catalogue city");
 	ASSERT_EQ(kCityCount, static_cast<int>(std::size(allCityPoints)));
+	std::map<std::string, int> owner;
 	for (int id = 1; id <= kCityCount; ++id) {
 		EXPECT_TRUE(std::fabs(latitude(id)) <= 90.0 && std::fabs(longitude(id)) <= 180.0) << "id " << id;
 		// A row dropped from the initialiser would silently become a zero pair.
 		EXPECT_FALSE(latitude(id) == 0.0 && longitude(id) == 0.0) << "id " << id;
+		auto inserted = owner.emplace(latitudeKey(id), id);
+		EXPECT_TRUE(inserted.second) << "ids " << id << " and " << inserted.first->second
+									 << " both request weather as latitude " << inserted.first->first;
 	}
 }
 
@@ -85,22 +89,10 @@ TEST(CityPointsInvariant, ProductCoordinatesAreKeptDigitForDigit)
 	} rows[] = {{1, 5.3485419, -3.9798626}, {2, 24.3865481, 54.563506}, {35, 39.9388838, 116.3974589},
 		{39, 52.5075419, 13.4261419}, {261, 37.7577, -122.4376}, {283, 47.4824155, -52.8286382},
 		{331, 47.377455, 8.536715}};
-	for (const auto& row : rows) {
-		EXPECT_EQ(row.latitude, latitude(row.id)) << "id " << row.id;
-		EXPECT_EQ(row.longitude, longitude(row.id)) << "id " << row.id;
-	}
+	for (const auto& row : rows)
+		EXPECT_EQ(std::make_pair(row.latitude, row.longitude), std::make_pair(latitude(row.id), longitude(row.id))) << row.id;
 	EXPECT_EQ("5.348542", latitudeKey(1));
 	EXPECT_EQ("37.757700", latitudeKey(261));
-}
-
-TEST(CityPointsInvariant, LatitudeTextsAreUniqueLookupKeys)
-{
-	std::map<std::string, int> owner;
-	for (int id = 1; id <= kCityCount; ++id) {
-		auto inserted = owner.emplace(latitudeKey(id), id);
-		EXPECT_TRUE(inserted.second) << "ids " << id << " and " << inserted.first->second
-									 << " both request weather as latitude " << inserted.first->first;
-	}
 }
 
 // A city is taken as its zone's principal location when its English name is the zone's exemplar

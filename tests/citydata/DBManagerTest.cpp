@@ -229,15 +229,22 @@ TEST_F(CityDatabase, NoResetWhenModeIsOffOrMarkerCannotBeWrittenButSetLDUModeFor
 	EXPECT_TRUE(list(true).empty());
 }
 
-TEST_F(CityDatabase, ListsKeepInsertionOrderAndStaySeparate)
+TEST_F(CityDatabase, ListsKeepInsertionOrderStaySeparateAndMatchTheCatalogueByIdAndExactName)
 {
 	open();
 	db->insert(299, "Tokyo", false);
 	db->insert(39, std::string("Berlin"), false);
 	db->insert(299, "Tokyo", false);
 	db->insert(331, "Zurich", true);
+	db->insert(283, "St. John's", false);
+	sql("INSERT INTO added_city2 VALUES(null, 299, 'Tokio', 0, 0, 0, 0, 0);"
+		"INSERT INTO added_city2 VALUES(null, 999, 'Tokyo', 0, 0, 0, 0, 0);");
+	db->insert(154, "Kingston ", false);
+	db->insert(153, "Kingston", false); // without the catalogue's trailing blank
 
-	EXPECT_EQ((decltype(rows()){{299, 1, "Asia/Tokyo"}, {39, 2, "Europe/Berlin"}, {299, 3, "Asia/Tokyo"}}), rows());
+	EXPECT_EQ((decltype(rows()){{299, 1, "Asia/Tokyo"}, {39, 2, "Europe/Berlin"}, {299, 3, "Asia/Tokyo"},
+				  {283, 5, "America/St_Johns"}, {154, 8, "America/Jamaica"}}),
+		rows());
 	const std::vector<Cityinfo>& main = db->getAllCityList(false);
 	// A listed city is the whole catalogue record, weather fields zero.
 	EXPECT_EQ(std::make_tuple(39, catalogue(39).chinese_index, std::string("Berlin"),
@@ -247,18 +254,6 @@ TEST_F(CityDatabase, ListsKeepInsertionOrderAndStaySeparate)
 
 	EXPECT_EQ(Names{"Zurich"}, list(true));
 	EXPECT_TRUE(zon_host_log_contains("qery INSERT INTO added_city2 VALUES(null, 331, 'Zurich', 0, 0, 0, 0, 1);"));
-}
-
-TEST_F(CityDatabase, RowsAreMatchedToTheCatalogueByIdAndExactName)
-{
-	open();
-	db->insert(283, "St. John's", false);
-	sql("INSERT INTO added_city2 VALUES(null, 299, 'Tokio', 0, 0, 0, 0, 0);"
-		"INSERT INTO added_city2 VALUES(null, 999, 'Tokyo', 0, 0, 0, 0, 0);");
-	db->insert(154, "Kingston ", false);
-	db->insert(153, "Kingston", false); // without the catalogue's trailing blank
-
-	EXPECT_EQ((decltype(rows()){{283, 1, "America/St_Johns"}, {154, 4, "America/Jamaica"}}), rows());
 }
 
 TEST_F(CityDatabase, RemoveMatchesAllOfIdNameAndListAndAnnouncesNothing)

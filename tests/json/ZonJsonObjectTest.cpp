@@ -24,10 +24,7 @@ ZonJsonObject wrap(JsonObject* object)
 	return wrapper;
 }
 
-ZonJsonObject fresh()
-{
-	return wrap(json_object_new());
-}
+ZonJsonObject fresh() { return wrap(json_object_new()); }
 
 std::string text(ZonJsonObject& object)
 {
@@ -166,11 +163,9 @@ TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeld)
 	JsonObject* firstRaw = nullptr;
 	ZonJsonObject second = fresh();
 	{
-		ZonJsonObject first;
-		firstRaw = json_object_new();
-		json_object_set_string_member(firstRaw, "tag", "first");
-		first.setJsonObject(firstRaw);
-		json_object_unref(firstRaw);
+		ZonJsonObject first = fresh();
+		first.addStringMember("tag", "first");
+		firstRaw = first.getJsonObject();
 		ZonJsonObject target;
 		ZonJsonObject& alias = target;
 		target = first;

@@ -31,21 +31,13 @@ namespace {
 // a second top-level value); LeakSanitizer sees that once GLib's slices are plain mallocs
 // (G_SLICE=always-malloc). Those leaks are JSON-GLib's own, so allocations made while this lives
 // are not leak-checked. The suite runs under it; the other tests check the wrapper's references.
-class JsonGlibLeaksIgnored {
-public:
-	JsonGlibLeaksIgnored()
-	{
 #ifdef ZON_WITH_LSAN
-		__lsan_disable();
-#endif
-	}
-	~JsonGlibLeaksIgnored()
-	{
-#ifdef ZON_WITH_LSAN
-		__lsan_enable();
-#endif
-	}
+using JsonGlibLeaksIgnored = __lsan::ScopedDisabler;
+#else
+struct JsonGlibLeaksIgnored {
+	JsonGlibLeaksIgnored() {}
 };
+#endif
 
 const char kSuiteDir[] = ZON_SOURCE_DIR "/tests/data/jsontestsuite/test_parsing";
 const char kTooDeep[] = "JSON text nested deeper than 1000 levels is not parsed.";

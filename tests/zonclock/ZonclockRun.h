@@ -26,13 +26,7 @@ struct Outcome {
 	std::string err;
 };
 
-inline std::string readFile(const std::string& path)
-{
-	std::ifstream in(path);
-	std::stringstream text;
-	text << in.rdbuf();
-	return text.str();
-}
+inline std::string readFile(const std::string& path) { return (std::stringstream() << std::ifstream(path).rdbuf()).str(); }
 
 inline std::vector<std::string> lines(const std::string& text)
 {
@@ -43,10 +37,7 @@ inline std::vector<std::string> lines(const std::string& text)
 	return result;
 }
 
-inline bool contains(const std::string& text, const std::string& part)
-{
-	return text.find(part) != std::string::npos;
-}
+inline bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 // The value after "Label:" on its own line.
 inline std::string field(const std::string& text, const std::string& label)
@@ -105,12 +96,11 @@ protected:
 				env.push_back(*e);
 		}
 		std::vector<char*> argv, envp;
-		for (std::string& arg : args)
-			argv.push_back(arg.data());
-		for (std::string& e : env)
-			envp.push_back(e.data());
-		argv.push_back(nullptr);
-		envp.push_back(nullptr);
+		for (auto [from, to] : {std::pair{&args, &argv}, {&env, &envp}}) {
+			for (std::string& text : *from)
+				to->push_back(text.data());
+			to->push_back(nullptr);
+		}
 
 		Outcome result;
 		pid_t pid;
