@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * zon_platform.h - the one place where the library asks the platform for a fixed device path.
  *
  * The library names device paths as they are on the watch ("/tmp/.zonvista_ldu"). On the watch
@@ -12,7 +13,7 @@
 extern "C" {
 #endif
 
-/* Returns a malloc'd path for the absolute device path, or NULL when devicePath is NULL or not
+/** Returns a malloc'd path for the absolute device path, or NULL when devicePath is NULL or not
  * absolute. The caller frees it. On the host the parent directory is created. */
 char *zon_platform_path(const char *devicePath);
 

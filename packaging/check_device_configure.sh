@@ -28,4 +28,9 @@ if grep -q '^zon-host\|^zonclock' "$work/CMakeCache.txt" || [ -d "$work/platform
 	exit 1
 fi
 grep -q '^ZON_DEVICE_FOUND:INTERNAL=1' "$work/CMakeCache.txt"
+# The host's library layout: zon-common off the toolkit, zon-common-ui on it.
+if grep -q 'elementary\|efl-extension' "$work/zon-common.pc" || ! grep -q '^Requires: zon-common .*elementary' "$work/zon-common-ui.pc"; then
+	echo "the device build's zon-common.pc and zon-common-ui.pc do not split the toolkit off" >&2
+	exit 1
+fi
 echo "device build configures against $(printf '%s\n' "$standins" | wc -l) platform modules"

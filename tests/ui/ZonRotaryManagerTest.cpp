@@ -1,12 +1,13 @@
 // ZonRotaryManager: the stack of objects and handlers, activation, removal when an object is
 // deleted, the priority before the widgets' own callbacks, and finalize().
 //
-// The manager is a process-wide singleton: ctest runs every test in a process of its own, and
-// each test starts with initialize(). FinalizeStopsRemovalForGood stays last, for runs of the
-// whole binary in one process.
+// The manager is a process-wide singleton: each test starts with initialize(). finalize() is for
+// good, so its test runs in a child process and leaves the others' manager alone, in whatever
+// order a run of the whole binary takes.
 
 #include <stdint.h>
 #include <stdio.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -146,20 +147,26 @@ TEST_F(ZonRotaryManagerTest, ActiveAndInactiveSwitchTheTopObject)
 
 TEST_F(ZonRotaryManagerTest, FinalizeStopsRemovalForGood)
 {
-	Evas_Object* a = add("A");
-	Evas_Object* b = add("B");
-	manager()->finalize();
-	zon_host_log_clear();
-	evas_object_del(b);
-	EXPECT_FALSE(zon_host_log_contains("Added Object"));
-	EXPECT_NE(a, zon_host_rotary_activated_object());
-	EXPECT_FALSE(zon_host_rotary_event(true));
-	EXPECT_TRUE(trace_.empty());
+	EXPECT_EXIT(
+		{
+			Evas_Object* a = add("A");
+			Evas_Object* b = add("B");
+			manager()->finalize();
+			zon_host_log_clear();
+			evas_object_del(b);
+			EXPECT_FALSE(zon_host_log_contains("Added Object"));
+			EXPECT_NE(a, zon_host_rotary_activated_object());
+			EXPECT_FALSE(zon_host_rotary_event(true));
+			EXPECT_TRUE(trace_.empty());
 
-	// Registered after finalize(): the stack works, deletions are no longer watched.
-	Evas_Object* c = add("C");
-	zon_host_rotary_event(true);
-	EXPECT_EQ(Trace{"C+"}, trace_);
-	evas_object_del(c);
-	EXPECT_FALSE(zon_host_log_contains(",i ="));
+			// Registered after finalize(): the stack works, deletions are no longer watched.
+			Evas_Object* c = add("C");
+			zon_host_rotary_event(true);
+			EXPECT_EQ(Trace{"C+"}, trace_);
+			evas_object_del(c);
+			EXPECT_FALSE(zon_host_log_contains(",i ="));
+			// _exit: the child leaves the parent's device root and toolkit to the parent.
+			_exit(HasFailure() ? 1 : 0);
+		},
+		::testing::ExitedWithCode(0), "");
 }
