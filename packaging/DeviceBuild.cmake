@@ -1,9 +1,9 @@
 # ZON_PLATFORM=device: zon-common and zon-common-ui alone, built against the watch platform's
-# own pkg-config modules instead of zon-host, as the platform's package build (zon-common.spec)
+# own pkg-config modules instead of zon-host, as the platform's RPM package build (packaging/)
 # runs it. Included from the top-level CMakeLists.txt, which returns right after: the host port,
 # its tools, tests and benchmarks have no place on the device.
 #
-# The two module lists together are the spec file's BuildRequires; the test
+# The two module lists together are the RPM recipe's BuildRequires; the test
 # packaging.device_configure configures this file against stand-ins of those modules
 # (device-pc/) and checks that the lists agree.
 # zon-common stays off the toolkit as on the host: its modules leave out the toolkit's own, which

@@ -9,7 +9,7 @@ src=$1 work=$2 cmake=$3 generator=$4
 required=$(sed -n 's/^BuildRequires: *pkgconfig(\(.*\))$/\1/p' "$src/packaging/zon-common.spec" | sort)
 standins=$(cd "$src/packaging/device-pc" && ls -- *.pc | sed 's/\.pc$//' | sort)
 if [ "$required" != "$standins" ]; then
-	echo "zon-common.spec's pkgconfig() BuildRequires and packaging/device-pc/ differ:" >&2
+	echo "the RPM recipe's pkgconfig() BuildRequires and packaging/device-pc/ differ:" >&2
 	printf '%s\n' "$required" > "$work.required"
 	printf '%s\n' "$standins" | diff "$work.required" - >&2 || true
 	exit 1
