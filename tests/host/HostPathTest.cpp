@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <libintl.h>
 #include <fstream>
 #include <string>
 
@@ -79,3 +80,10 @@ TEST_F(HostPath, DevicePathsMapBelowTheRoot)
 }
 
 } // namespace
+
+// As the application framework does on the watch, the host binds the library's text domain
+// before the program runs: here, to the build tree's catalogues (the program never bound it).
+TEST(HostTextDomain, LibraryDomainIsBoundWhenTheHostLoads)
+{
+	EXPECT_STREQ(ZON_BUILD_LOCALE_DIR, bindtextdomain("zonvista", nullptr));
+}
