@@ -179,7 +179,7 @@ ZON_HOST_API int alarm_get_scheduled_date(int alarm_id, struct tm *date)
 	auto it = ownAlarm(alarm_id);
 	if (it == g_alarms.end())
 		return ALARM_ERROR_INVALID_PARAMETER;
-	localtime_r(&it->second.due, date);
+	deviceLocalTime(it->second.due, date);
 	return ALARM_ERROR_NONE;
 }
 
@@ -188,8 +188,7 @@ ZON_HOST_API int alarm_get_current_time(struct tm *date)
 	ZON_HOST_FAULT_RETURN_ERROR();
 	if (!date)
 		return ALARM_ERROR_INVALID_PARAMETER;
-	time_t now = time(nullptr);
-	localtime_r(&now, date);
+	deviceLocalTime(time(nullptr), date);
 	return ALARM_ERROR_NONE;
 }
 

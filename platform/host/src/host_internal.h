@@ -82,6 +82,9 @@ std::string deviceZoneId();
 void applyDeviceZone();
 // Logs when ICU's zone rules are missing or older than the machine's tzdata.
 void checkZoneRules();
+// localtime_r() in the device's zone, whatever zone the C library last loaded: the reentrant
+// call does not reload the zone rules, so the host's own broken-down times go through here.
+void deviceLocalTime(time_t t, struct tm *out);
 
 // ---- typed key files (keystore.cpp) ----
 

@@ -157,6 +157,14 @@ void applyDeviceZone()
 	icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone(zone.empty() ? "Etc/UTC" : zone.c_str()));
 }
 
+void deviceLocalTime(time_t t, struct tm *out)
+{
+	inDeviceZone([t, out] {
+		::tzset();
+		return ::localtime_r(&t, out);
+	});
+}
+
 void checkZoneRules()
 {
 	UErrorCode status = U_ZERO_ERROR;
