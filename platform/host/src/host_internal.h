@@ -82,6 +82,10 @@ std::string deviceZoneId();
 void applyDeviceZone();
 // Logs when ICU's zone rules are missing or older than the machine's tzdata.
 void checkZoneRules();
+// `relative` (a path from the library's directory, e.g. "../share/locale") beside the loaded
+// libzon-host, so that an installation moved to another prefix finds its data; empty when the
+// library's own path cannot be found.
+std::string besideHostLibrary(const char *relative);
 // localtime_r() in the device's zone, whatever zone the C library last loaded: the reentrant
 // call does not reload the zone rules, so the host's own broken-down times go through here.
 void deviceLocalTime(time_t t, struct tm *out);

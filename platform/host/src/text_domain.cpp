@@ -8,13 +8,12 @@
  * program that binds the domain itself afterwards (zonclock, the tests) simply replaces this
  * binding.
  */
-#include <dlfcn.h>
 #include <libintl.h>
 #include <sys/stat.h>
 
 #include <string>
 
-#include <glib.h>
+#include "host_internal.h"
 
 namespace {
 
@@ -27,14 +26,9 @@ bool isDir(const std::string &path)
 // Beside the installed library first (PREFIX/share/locale from PREFIX/lib), else the build tree's.
 std::string catalogueDir()
 {
-	Dl_info self;
-	if (dladdr(reinterpret_cast<void *>(&catalogueDir), &self) && self.dli_fname) {
-		gchar *libDir = g_path_get_dirname(self.dli_fname);
-		std::string installed = std::string(libDir) + "/" + ZON_HOST_LOCALE_FROM_LIBDIR;
-		g_free(libDir);
-		if (isDir(installed))
-			return installed;
-	}
+	std::string installed = zonhost::besideHostLibrary(ZON_HOST_LOCALE_FROM_LIBDIR);
+	if (!installed.empty() && isDir(installed))
+		return installed;
 	return isDir(ZON_HOST_LOCALE_BUILD_DIR) ? ZON_HOST_LOCALE_BUILD_DIR : std::string();
 }
 

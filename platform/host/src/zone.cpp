@@ -56,14 +56,9 @@ bool isFile(const std::string &path)
 // Beside the installed library first (share/zon-host/icu-tz), else the build tree's.
 std::string icuZoneDir()
 {
-	Dl_info self;
-	if (dladdr(reinterpret_cast<void *>(&icuZoneDir), &self) && self.dli_fname) {
-		gchar *libDir = g_path_get_dirname(self.dli_fname);
-		std::string installed = std::string(libDir) + "/" + ZON_HOST_ICU_TZ_FROM_LIBDIR;
-		g_free(libDir);
-		if (isFile(installed + "/zoneinfo64.res"))
-			return installed;
-	}
+	std::string installed = besideHostLibrary(ZON_HOST_ICU_TZ_FROM_LIBDIR);
+	if (!installed.empty() && isFile(installed + "/zoneinfo64.res"))
+		return installed;
 	return ZON_HOST_ICU_TZ_BUILD_DIR;
 }
 
@@ -155,6 +150,17 @@ void applyDeviceZone()
 	std::string zone = deviceZoneId();
 	// A device without its link is on UTC, as the C library is then.
 	icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone(zone.empty() ? "Etc/UTC" : zone.c_str()));
+}
+
+std::string besideHostLibrary(const char *relative)
+{
+	Dl_info self;
+	if (!dladdr(reinterpret_cast<void *>(&besideHostLibrary), &self) || !self.dli_fname)
+		return std::string();
+	gchar *libDir = g_path_get_dirname(self.dli_fname);
+	std::string path = std::string(libDir) + "/" + relative;
+	g_free(libDir);
+	return path;
 }
 
 void deviceLocalTime(time_t t, struct tm *out)
