@@ -6,7 +6,7 @@
 set -eu
 src=$1 work=$2 cmake=$3 generator=$4
 
-required=$(sed -n 's/^BuildRequires: *pkgconfig(\(.*\))$/\1/p' "$src/packaging/zon-common.spec" | sort)
+required=$(sed -n 's/^BuildRequires: *pkgconfig(\(.*\))$/\1/p' "$src/packaging/zon-common.rpm-recipe" | sort)
 standins=$(cd "$src/packaging/device-pc" && ls -- *.pc | sed 's/\.pc$//' | sort)
 if [ "$required" != "$standins" ]; then
 	echo "the RPM recipe's pkgconfig() BuildRequires and packaging/device-pc/ differ:" >&2

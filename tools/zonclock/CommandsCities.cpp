@@ -44,10 +44,16 @@ const Cityinfo* findLast(const std::vector<Cityinfo>& list, int cityId)
 
 // isExist() finds the catalogue row by name string and GMT text, so for a city with a twin in
 // those it answers for the twin; only the list itself tells the two apart.
+// Whether the list holds the city's id; the caller checks db->lastError() afterwards.
+bool listHoldsId(ZonDBManager* db, int cityId, bool second)
+{
+	return findLast(db->getAllCityList(second), cityId) != nullptr;
+}
+
 bool isListed(ZonDBManager* db, const Cityinfo& city, bool second)
 {
 	if (hasDisplayTwin(city))
-		return findLast(db->getAllCityList(second), city.id) != nullptr;
+		return listHoldsId(db, city.id, second);
 	return db->isExist(&city, second);
 }
 
@@ -131,7 +137,7 @@ int runRemove(const Invocation& invocation, Session& session)
 	DatabaseTransaction transaction(db);
 	if (!transaction.begun())
 		return databaseError(db, doing);
-	bool listed = findLast(db->getAllCityList(second), city->id) != nullptr;
+	bool listed = listHoldsId(db, city->id, second);
 	if (db->lastError())
 		return databaseError(db, doing);
 	if (!listed)
@@ -140,7 +146,7 @@ int runRemove(const Invocation& invocation, Session& session)
 	db->remove(city->id, city->cityname_eng, second, true, true);
 	if (db->lastError())
 		return databaseError(db, doing);
-	listed = findLast(db->getAllCityList(second), city->id) != nullptr;
+	listed = listHoldsId(db, city->id, second);
 	if (db->lastError())
 		return databaseError(db, doing);
 	if (listed)
@@ -172,7 +178,7 @@ int runReplace(const Invocation& invocation, Session& session)
 	DatabaseTransaction transaction(db);
 	if (!transaction.begun())
 		return databaseError(db, doing);
-	bool oldListed = findLast(db->getAllCityList(second), oldCity->id) != nullptr;
+	bool oldListed = listHoldsId(db, oldCity->id, second);
 	if (db->lastError())
 		return databaseError(db, doing);
 	if (!oldListed)
