@@ -1,0 +1,25 @@
+/*
+ * Texts.h - zonclock's own words.
+ *
+ * Every phrase zonclock itself prints to a person goes through tr(), so that xgettext
+ * (--keyword=tr) finds it and the "zonclock" catalogues translate it. Texts that come from the
+ * library (city names, notices) stay in the library's own domain and are not wrapped here; field
+ * names of machine-readable output (JSON keys, TSV headers) are never translated.
+ */
+#ifndef ZONCLOCK_TEXTS_H
+#define ZONCLOCK_TEXTS_H
+
+#include <libintl.h>
+
+namespace zonclock {
+
+constexpr const char* kOwnDomain = "zonclock";
+
+inline const char* tr(const char* msgid)
+{
+	return dgettext(kOwnDomain, msgid);
+}
+
+} // namespace zonclock
+
+#endif /* ZONCLOCK_TEXTS_H */
