@@ -167,7 +167,7 @@ int zon_host_fault_inject(const char *function, int nth, int error);
 
 /** For the host port's own implementations: returns true and sets *error when the call of
  * `function` being made now must fail. Counts the call. (Each source of the host declares its
- * fault points with ZON_HOST_FAULT_POINTS() of src/host_internal.h, which is what makes
+ * fault points with ZON_HOST_FAULT_POINTS() of src/device/host_internal.h, which is what makes
  * zon_host_fault_inject() know them; an undeclared one logs an error when first reached.) */
 bool zon_host_fault_check(const char *function, int *error);
 
