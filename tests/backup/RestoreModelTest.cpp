@@ -94,27 +94,26 @@ TEST_F(RestoreModelTest, RecordLoopGoesOnAfterEachFailure)
 {
 	const std::string currentFailed = failedWithCode("korvath_cloud_list_get_current_record", -5);
 	const int invalid = KORVATH_CLOUD_ERROR_INVALID_PARAMETER;
+	const std::string n0 = "{\"n\":0}", n1 = "{\"n\":1}", n2 = "{\"n\":2}";
+	const Seen all = {{0, n0}, {1, n1}, {2, n2}};
+	const Texts restored = {"restored.0", "restored.1", "restored.2"};
 	// keys: of the records sent back.
 	const struct { const char* function; int nth; Texts messages; Seen seen; Texts keys; } cases[] = {
 		// A value that can't be read reaches the subclass as null; its failure is logged under
 		// the current-record message.
-		{"korvath_cloud_record_get_value", 2, {currentFailed}, {{0, "{\"n\":0}"}, {1, std::nullopt}, {2, "{\"n\":2}"}},
-			{"restored.0", "restored.1", "restored.2"}},
+		{"korvath_cloud_record_get_value", 2, {currentFailed}, {{0, n0}, {1, std::nullopt}, {2, n2}}, restored},
 		// No record: its value, key and date can't be read or set; it keeps what the file had.
 		{"korvath_cloud_list_get_current_record", 1,
 			{currentFailed, failedWithCode("korvath_cloud_list_get_current_record", invalid),
-				failedWithCode("korvath_cloud_record_set_key", invalid),
-				failedWithCode("korvath_cloud_record_set_date", invalid)},
-			{{0, std::nullopt}, {1, "{\"n\":1}"}, {2, "{\"n\":2}"}}, {"old.0", "restored.1", "restored.2"}},
+				failedWithCode("korvath_cloud_record_set_key", invalid), failedWithCode("korvath_cloud_record_set_date", invalid)},
+			{{0, std::nullopt}, {1, n1}, {2, n2}}, {"old.0", "restored.1", "restored.2"}},
 		// The cursor stays: record 0 is handed over twice and keyed by index 1.
 		{"korvath_cloud_list_move_to_next", 1, {failedWithCode("korvath_cloud_list_move_to_next", -5)},
-			{{0, "{\"n\":0}"}, {1, "{\"n\":0}"}, {2, "{\"n\":1}"}}, {"restored.1", "restored.2", "old.2"}},
-		{"korvath_cloud_list_move_to_first", 1, {failedWithCode("korvath_cloud_list_move_to_first", -5)},
-			{{0, "{\"n\":0}"}, {1, "{\"n\":1}"}, {2, "{\"n\":2}"}}, {"restored.0", "restored.1", "restored.2"}},
-		{"korvath_cloud_record_set_key", 3, {failedWithCode("korvath_cloud_record_set_key", -5)},
-			{{0, "{\"n\":0}"}, {1, "{\"n\":1}"}, {2, "{\"n\":2}"}}, {"restored.0", "restored.1", "old.2"}},
-		{"korvath_cloud_record_set_date", 1, {failedWithCode("korvath_cloud_record_set_date", -5)},
-			{{0, "{\"n\":0}"}, {1, "{\"n\":1}"}, {2, "{\"n\":2}"}}, {"restored.0", "restored.1", "restored.2"}},
+			{{0, n0}, {1, n0}, {2, n1}}, {"restored.1", "restored.2", "old.2"}},
+		{"korvath_cloud_list_move_to_first", 1, {failedWithCode("korvath_cloud_list_move_to_first", -5)}, all, restored},
+		{"korvath_cloud_record_set_key", 3, {failedWithCode("korvath_cloud_record_set_key", -5)}, all,
+			{"restored.0", "restored.1", "old.2"}},
+		{"korvath_cloud_record_set_date", 1, {failedWithCode("korvath_cloud_record_set_date", -5)}, all, restored},
 	};
 	for (const auto& c : cases) {
 		SCOPED_TRACE(c.function);
