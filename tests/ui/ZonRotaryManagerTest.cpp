@@ -95,15 +95,17 @@ TEST_F(ZonRotaryManagerTest, LastRegisteredObjectGetsTheEventsUntilItIsDeleted)
 	zon_host_rotary_event(false);
 	EXPECT_EQ((Trace{"C2+", "C2+", "A-"}), trace_);
 
-	// Deleting one below the top leaves the top where it is.
+	// Deleting one below the top leaves the top, and its handler, where they are.
 	Evas_Object* d = add("D");
 	evas_object_del(a);
 	EXPECT_TRUE(loggedRemoval(a, 0));
 	EXPECT_EQ(d, zon_host_rotary_activated_object());
+	zon_host_rotary_event(true);
+	EXPECT_EQ("D+", trace_.back());
 	evas_object_del(d);
 	EXPECT_EQ(nullptr, zon_host_rotary_activated_object());
 	EXPECT_FALSE(zon_host_rotary_event(true));
-	EXPECT_EQ(3u, trace_.size());
+	EXPECT_EQ(4u, trace_.size());
 }
 
 TEST_F(ZonRotaryManagerTest, HandlerRunsBeforeTheWidgetsOwnAndActiveInactiveSwitchTheTop)
