@@ -268,7 +268,7 @@ TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmission)
 	EXPECT_EQ(2, signal.getListenerCount());
 }
 
-TEST_F(SignalObjectBinding, ListenersAndTheirObjectsLetGoOfEachOther)
+TEST_F(SignalObjectBinding, ListenersSignalsAndTheirObjectsLetGoOfEachOther)
 {
 	Evas_Object* shared = button();
 	add("free");
@@ -297,10 +297,8 @@ TEST_F(SignalObjectBinding, ListenersAndTheirObjectsLetGoOfEachOther)
 	for (Evas_Object* obj : {outside, during, cleared})
 		evas_object_del(obj);
 	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
-}
 
-TEST_F(SignalObjectBinding, DestroyedSignalLeavesItsObjectsAlone)
-{
+	// A destroyed signal leaves its objects alone.
 	Evas_Object *active = button(), *waiting = rectangle();
 	auto* doomed = new Signal;
 	doomed->addListener([](int) {}, active);
@@ -318,3 +316,4 @@ TEST_F(SignalObjectBinding, DestroyedSignalLeavesItsObjectsAlone)
 	evas_object_del(waiting);
 	EXPECT_EQ(0, signal.getListenerCount());
 }
+
