@@ -46,13 +46,8 @@ namespace zontest {
 // The broken-down clock of `zone` (null: the device's own zone) at t.
 inline struct tm clockIn(const char* zone, time_t t)
 {
-	if (zone)
-		return zoneClock(zone, t);
-	unsetenv("TZ");
-	tzset();
 	struct tm local;
-	localtime_r(&t, &local);
-	return local;
+	return zone ? zoneClock(zone, t) : *localtime_r(&t, &local);
 }
 
 inline long zoneOffsetSeconds(const char* zone, time_t t)
