@@ -115,32 +115,6 @@ inline std::string icuFormat(const char* locale, const char* skeleton, const cha
 	return icuFormatPattern(locale, icuBestPattern(locale, skeleton), zone, when);
 }
 
-// Runs `produce` between two readings of the clock and tells whether its text is the expected
-// text at one of them; retried once if a minute boundary separated them.
-template <typename Expected, typename Produce>
-::testing::AssertionResult matchesNow(Expected expectedAt, Produce produce)
-{
-	std::string got, before;
-	for (int attempt = 0; attempt < 2; ++attempt) {
-		UDate start = ucal_getNow();
-		got = produce();
-		before = expectedAt(start);
-		std::string after = expectedAt(ucal_getNow());
-		if (got == before || got == after)
-			return ::testing::AssertionSuccess();
-		if (before == after)
-			break;
-	}
-	return ::testing::AssertionFailure() << "got \"" << got << "\", expected \"" << before << "\"";
-}
-
-template <typename Produce>
-::testing::AssertionResult matchesIcuNow(const char* locale, const char* skeleton, const char* zone, Produce produce)
-{
-	return matchesNow([&](UDate when) { return icuFormat(locale, skeleton, zone, when); }, produce)
-		<< " (" << locale << ", " << skeleton << ", " << zone << ")";
-}
-
 }
 
 class TimeFixture : public HostFixture {
