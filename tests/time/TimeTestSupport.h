@@ -46,8 +46,12 @@ namespace zontest {
 // The broken-down clock of `zone` (null: the device's own zone) at t.
 inline struct tm clockIn(const char* zone, time_t t)
 {
+	if (zone)
+		return zoneClock(zone, t);
+	unsetenv("TZ");   // the device's zone is the local one while TZ is unset
+	tzset();
 	struct tm local;
-	return zone ? zoneClock(zone, t) : *localtime_r(&t, &local);
+	return *localtime_r(&t, &local);
 }
 
 inline long zoneOffsetSeconds(const char* zone, time_t t)
