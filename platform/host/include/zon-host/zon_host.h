@@ -60,6 +60,12 @@ extern "C" {
  */
 int zon_host_reset(void);
 
+/** The host's modules with per-device state, in the order zon_host_reset() resets them
+ * ("delivery" first, "device" last); NULL past the end. For a test that checks that every
+ * module is reset. */
+size_t zon_host_module_count(void);
+const char *zon_host_module_name(size_t i);
+
 /** Absolute path of the device root, without a trailing '/'. Owned by the host; valid until the
  * next zon_host_reset(). The directory is created on first use. */
 const char *zon_host_root(void);

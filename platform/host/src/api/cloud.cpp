@@ -609,6 +609,8 @@ int cloudReset()
 	return live;
 }
 
+ZON_HOST_MODULE("cloud", ResetRank::State, cloudReset);
+
 } // namespace zonhost
 
 using namespace zonhost;

@@ -197,27 +197,27 @@ std::string desktopTimeZone()
 	return "UTC";
 }
 
-void faultReset()
-{
-	g_faults.clear();
-}
-
 } // namespace zonhost
 
 using namespace zonhost;
+
+ZON_HOST_MODULE("faults", ResetRank::Faults, [] {
+	g_faults.clear();
+	return 0;
+});
+// Re-read from the environment at the next use: a new root is a new device.
+ZON_HOST_MODULE("device", ResetRank::Device, [] {
+	g_appId = ZON_HOST_DEFAULT_APP_ID;
+	g_rootReady = false;
+	g_root.clear();
+	return 0;
+});
 
 ZON_HOST_FAULT_POINTS("zon_platform_path");
 
 ZON_HOST_API int zon_host_reset(void)
 {
-	cancelAllDeliveries();
-	int live = preferenceReset() + vconfReset() + appFrameworkReset() + cloudReset();
-	faultReset();
-	logReset();
-	g_appId = ZON_HOST_DEFAULT_APP_ID;
-	g_rootReady = false;
-	g_root.clear();
-	return live;
+	return resetModules();
 }
 
 ZON_HOST_API const char *zon_host_root(void)
