@@ -62,7 +62,7 @@ TEST_F(HostControl, ResetReachesEveryModuleAndSumsWhatWasLeftLive)
 	for (size_t i = 0; zon_host_module_name(i); ++i)
 		names.push_back(zon_host_module_name(i));
 	EXPECT_EQ(zon_host_module_count(), names.size());
-	EXPECT_EQ((std::vector<std::string>{"delivery", "alarm", "apps", "cloud", "companion", "message_port",
+	EXPECT_EQ((std::vector<std::string>{"delivery", "alarm", "apps", "cloud", "cloud_sessions", "companion", "message_port",
 			"preference", "vconf", "weather_agent", "zonvista_service", "faults", "log", "device"}),
 			names);
 
