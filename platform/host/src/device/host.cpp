@@ -136,6 +136,28 @@ bool declareFaultPoints(std::initializer_list<const char *> names)
 	return true;
 }
 
+bool faultCheck(const char *function, int *error)
+{
+	if (!function)
+		return false;
+	if (!faultPoints().count(function)) {
+		// Declared now, so the complaint comes once: the point works, only inject() missed it.
+		faultPoints().insert(function);
+		platformLog(DLOG_ERROR, "ZON_HOST", "fault point %s is not declared with ZON_HOST_FAULT_POINTS", function);
+	}
+	if (g_faults.empty())
+		return false;
+	auto it = g_faults.find(function);
+	if (it == g_faults.end())
+		return false;
+	if (--it->second.remaining > 0)
+		return false;
+	if (error)
+		*error = it->second.error;
+	g_faults.erase(it);
+	return true;
+}
+
 bool ensureDir(const std::string &path)
 {
 	if (g_mkdir_with_parents(path.c_str(), 0755) == 0)
@@ -299,27 +321,6 @@ ZON_HOST_API int zon_host_fault_inject(const char *function, int nth, int error)
 	return 0;
 }
 
-ZON_HOST_API bool zon_host_fault_check(const char *function, int *error)
-{
-	if (!function)
-		return false;
-	if (!faultPoints().count(function)) {
-		// Declared now, so the complaint comes once: the point works, only inject() missed it.
-		faultPoints().insert(function);
-		platformLog(DLOG_ERROR, "ZON_HOST", "fault point %s is not declared with ZON_HOST_FAULT_POINTS", function);
-	}
-	if (g_faults.empty())
-		return false;
-	auto it = g_faults.find(function);
-	if (it == g_faults.end())
-		return false;
-	if (--it->second.remaining > 0)
-		return false;
-	if (error)
-		*error = it->second.error;
-	g_faults.erase(it);
-	return true;
-}
 
 ZON_HOST_API char *zon_platform_path(const char *devicePath)
 {

@@ -29,7 +29,7 @@
 #define ZON_HOST_FAULT_RETURN_ERROR() \
 	do { \
 		int zonHostError_ = 0; \
-		if (zon_host_fault_check(__func__, &zonHostError_)) \
+		if (zonhost::faultCheck(__func__, &zonHostError_)) \
 			return zonHostError_; \
 	} while (0)
 
@@ -38,7 +38,7 @@
 #define ZON_HOST_FAULT_RETURN(failValue) \
 	do { \
 		int zonHostError_ = 0; \
-		if (zon_host_fault_check(__func__, &zonHostError_)) { \
+		if (zonhost::faultCheck(__func__, &zonHostError_)) { \
 			set_last_result(zonHostError_); \
 			return failValue; \
 		} \
@@ -53,6 +53,9 @@
 namespace zonhost {
 
 bool declareFaultPoints(std::initializer_list<const char *> names);
+// True, with *error set, when this call of the platform function `function` must fail (an
+// injected fault); counts the call.
+bool faultCheck(const char *function, int *error);
 
 // ---- device root and application directories (host.cpp) ----
 
