@@ -9,16 +9,7 @@
 
 namespace {
 
-class HostAppControl : public HostFixture {
-protected:
-	app_control_h request(const char *appId)
-	{
-		app_control_h h = nullptr;
-		app_control_create(&h);
-		app_control_set_app_id(h, appId);
-		return h;
-	}
-};
+class HostAppControl : public HostFixture {};
 
 std::string take(char *s)
 {
@@ -54,7 +45,9 @@ struct Receiver {
 
 TEST_F(HostAppControl, LaunchArrivesOnTheMainLoopAsACopyOrFailsAtSendTime)
 {
-	app_control_h h = request("korvath.weather-agent");
+	app_control_h h = nullptr;
+	app_control_create(&h);
+	app_control_set_app_id(h, "korvath.weather-agent");
 	app_control_add_extra_data(h, "lat_0", "0.0");
 	app_control_add_extra_data(h, "lat_0", "52.507542");
 	EXPECT_EQ(APP_CONTROL_ERROR_APP_NOT_FOUND, app_control_send_launch_request(h, nullptr, nullptr));

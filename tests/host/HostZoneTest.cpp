@@ -95,13 +95,19 @@ TEST_F(HostZone, OneCallMovesLinkSettingCLibraryAndIcuTogetherOrRefusesAndChange
 }
 
 // The desktop's TZ chose the zone of a new device; an existing device keeps its own, and TZ
-// leaves the environment when the device opens.
-TEST_F(HostZone, ExistingDeviceWinsOverTzAndNoLinkMeansUtc)
+// leaves the environment when the device opens. Opening it checks ICU's rules against the
+// machine's tzdata.
+TEST_F(HostZone, ExistingDeviceWinsOverTzNoLinkMeansUtcAndNewerTzdataIsLogged)
 {
 	ASSERT_EQ(0, zon_host_set_device_zone("Asia/Kolkata"));
 	setEnv("TZ", "Europe/Paris");
+	const std::string upgraded = rootPath("tzdata.zi");
+	std::ofstream(upgraded) << "# version 2099z\n";
+	setEnv("ZON_HOST_TZDATA", upgraded.c_str());
 	zon_host_reset();
+	zon_host_log_capture(true);
 	EXPECT_STREQ("Asia/Kolkata", zon_host_device_zone());
+	EXPECT_TRUE(zon_host_log_contains("the machine's tzdata is 2099z"));
 	EXPECT_EQ(nullptr, getenv("TZ"));
 	EXPECT_EQ(19800, localOffsetAfterCityConversion(time(nullptr)));
 
@@ -110,17 +116,6 @@ TEST_F(HostZone, ExistingDeviceWinsOverTzAndNoLinkMeansUtc)
 	EXPECT_STREQ("", zon_host_device_zone());
 	EXPECT_EQ(0, localOffsetAfterCityConversion(time(nullptr)));
 	EXPECT_EQ("Etc/UTC", icuDefaultZone());
-}
-
-TEST_F(HostZone, NewerMachineTzdataIsLoggedWhenTheDeviceOpens)
-{
-	const std::string upgraded = rootPath("tzdata.zi");
-	std::ofstream(upgraded) << "# version 2099z\n";
-	setEnv("ZON_HOST_TZDATA", upgraded.c_str());
-	zon_host_reset();
-	zon_host_log_capture(true);
-	zon_host_root();
-	EXPECT_TRUE(zon_host_log_contains("the machine's tzdata is 2099z"));
 }
 
 TEST(HostZoneRules, IcuReadsTheMachinesRules)
