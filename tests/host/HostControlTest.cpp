@@ -1,10 +1,15 @@
 #include <cstdlib>
 
+#include <string>
+#include <vector>
+
 #include <glib.h>
 
 #include <app_common.h>
 #include <app_preference.h>
 #include <dlog.h>
+#include <korvath_cloud.h>
+#include <message_port.h>
 #include <vconf.h>
 #include <zon_platform.h>
 #include <zon-host/zon_host.h>
@@ -50,8 +55,17 @@ TEST_F(HostControl, NthCallFailsWithoutEffectThenRecovers)
 	EXPECT_EQ(VCONF_OK, vconf_get_int("db/x/y", &calls)) << "nth = 0 clears the fault";
 }
 
-TEST_F(HostControl, ResetDropsRegistrationsAndPendingDeliveries)
+// A module left out of the registry keeps its state across tests: the list is the contract.
+TEST_F(HostControl, ResetReachesEveryModuleAndSumsWhatWasLeftLive)
 {
+	std::vector<std::string> names;
+	for (size_t i = 0; zon_host_module_name(i); ++i)
+		names.push_back(zon_host_module_name(i));
+	EXPECT_EQ(zon_host_module_count(), names.size());
+	EXPECT_EQ((std::vector<std::string>{"delivery", "alarm", "apps", "cloud", "cloud_sessions", "companion", "message_port",
+			"preference", "vconf", "weather_agent", "zonvista_service", "faults", "log", "device"}),
+			names);
+
 	allowLeakedRegistrations();
 	static int called;
 	called = 0;
@@ -59,13 +73,20 @@ TEST_F(HostControl, ResetDropsRegistrationsAndPendingDeliveries)
 	preference_set_changed_cb("p", [](const char *, void *) { ++called; }, nullptr);
 	vconf_notify_key_changed("db/x/y", [](keynode_t *, void *) { ++called; }, nullptr);
 	vconf_notify_key_changed("db/x/z", [](keynode_t *, void *) { ++called; }, nullptr);
+	message_port_register_local_port("port", [](int, const char *, const char *, bool, bundle *, void *) {},
+			nullptr);
+	korvath_cloud_initialize();
+	korvath_cloud_backup_record_set_preparation_cb([](void *) {}, nullptr);
 	preference_set_int("p", 1);
 	vconf_set_int("db/x/y", 1);
+	zon_host_set_app_id("other.app");
 
-	EXPECT_EQ(3, zon_host_reset());
+	EXPECT_EQ(5, zon_host_reset());
+	EXPECT_STREQ(ZON_HOST_DEFAULT_APP_ID, zon_host_app_id());
 	preference_set_int("p", 2);
 	EXPECT_EQ(0, zon_host_pump(100));
 	EXPECT_EQ(0, called);
+	EXPECT_EQ(0, zon_host_reset()) << "a reset leaves nothing to count at the next";
 }
 
 TEST_F(HostControl, PumpIsBoundedAndNeverWaits)

@@ -1,6 +1,7 @@
 #include <fstream>
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -13,7 +14,18 @@
 
 namespace {
 
-class HostLog : public HostFixture {};
+class HostLog : public HostFixture {
+protected:
+	// The lines of a log file; `messageOnly` cuts each down to what follows "): ".
+	static std::vector<std::string> readLines(const std::string &file, bool messageOnly = false)
+	{
+		std::ifstream in(file);
+		std::vector<std::string> found;
+		for (std::string line; std::getline(in, line);)
+			found.push_back(messageOnly ? line.substr(line.find("): ") + 3) : line);
+		return found;
+	}
+};
 
 TEST_F(HostLog, FileLinesLookLikeTheDeviceReader)
 {
@@ -23,10 +35,7 @@ TEST_F(HostLog, FileLinesLookLikeTheDeviceReader)
 	dlog_print(DLOG_DEBUG, "WAPP", "two\nlines");
 	dlog_print(DLOG_SILENT, "WAPP", "silent");
 
-	std::vector<std::string> lines;
-	std::ifstream in(file);
-	for (std::string line; std::getline(in, line);)
-		lines.push_back(line);
+	std::vector<std::string> lines = readLines(file);
 	ASSERT_EQ(3u, lines.size());
 	const std::string pid = std::to_string(getpid());
 	const std::string stamp = R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}[+-]\d{4} )";
@@ -60,34 +69,22 @@ TEST_F(HostLog, StandardErrorGetsErrorsButNotFirstRunSettingReads)
 	ASSERT_EQ(VCONF_ERROR, vconf_get_int("db/zon/text", &value));
 	dlog_print(DLOG_ERROR, "zonvista", "vconf_get_int wrong type");
 	std::string err = testing::internal::GetCapturedStderr();
-	EXPECT_EQ(std::string::npos, err.find("warning")) << err;
-	EXPECT_NE(std::string::npos, err.find("E/zonvista(")) << err;
-	EXPECT_NE(std::string::npos, err.find("F/zonvista(")) << err;
-	EXPECT_EQ(std::string::npos, err.find("is faled")) << err;
-	EXPECT_NE(std::string::npos, err.find("disk full")) << err;
-	EXPECT_NE(std::string::npos, err.find("wrong type")) << err;
+	for (const auto &line : std::vector<std::pair<const char *, bool>>{{"warning", false}, {"E/zonvista(", true},
+				{"F/zonvista(", true}, {"is faled", false}, {"disk full", true}, {"wrong type", true}})
+		EXPECT_EQ(line.second, err.find(line.first) != std::string::npos) << line.first << " in\n" << err;
 	EXPECT_TRUE(zon_host_log_contains(unread)) << "still logged";
 
 	const std::string file = rootPath("device.log");
 	setEnv("ZON_HOST_LOG", file.c_str());
 	ASSERT_EQ(VCONF_ERROR, vconf_get_int("db/zon/never_set", &value));
 	dlog_print(DLOG_ERROR, "zonvista", "%s", unread);
-	std::ifstream in(file);
-	std::string line;
-	EXPECT_TRUE(std::getline(in, line) && line.find("is faled") != std::string::npos) << "the log file keeps it";
+	EXPECT_EQ((std::vector<std::string>{unread}), readLines(file, true)) << "the log file keeps it";
 }
 
 // The file stays open between lines, yet follows the variable, and a reset lets go of a file
 // that was removed meanwhile.
 TEST_F(HostLog, LinesFollowTheLogFileNamedNow)
 {
-	auto lines = [](const std::string &file) {
-		std::ifstream in(file);
-		std::vector<std::string> found;
-		for (std::string line; std::getline(in, line);)
-			found.push_back(line.substr(line.find("): ") + 3));
-		return found;
-	};
 	const std::string first = rootPath("first.log"), second = rootPath("second.log");
 	setEnv("ZON_HOST_LOG", first.c_str());
 	dlog_print(DLOG_INFO, "zonvista", "one");
@@ -95,13 +92,13 @@ TEST_F(HostLog, LinesFollowTheLogFileNamedNow)
 	dlog_print(DLOG_INFO, "zonvista", "two");
 	setEnv("ZON_HOST_LOG", first.c_str());
 	dlog_print(DLOG_INFO, "zonvista", "three");
-	EXPECT_EQ((std::vector<std::string>{"one", "three"}), lines(first));
-	EXPECT_EQ(std::vector<std::string>{"two"}, lines(second));
+	EXPECT_EQ((std::vector<std::string>{"one", "three"}), readLines(first, true));
+	EXPECT_EQ(std::vector<std::string>{"two"}, readLines(second, true));
 
 	ASSERT_EQ(0, unlink(first.c_str()));
 	zon_host_reset();
 	dlog_print(DLOG_INFO, "zonvista", "four");
-	EXPECT_EQ(std::vector<std::string>{"four"}, lines(first));
+	EXPECT_EQ(std::vector<std::string>{"four"}, readLines(first, true));
 }
 
 } // namespace

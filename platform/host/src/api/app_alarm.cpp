@@ -87,12 +87,13 @@ std::map<int, Alarm>::iterator ownAlarm(int id)
 
 } // namespace
 
-void alarmReset()
-{
+// Pending alarms are the device's state, not the application's: no live count.
+ZON_HOST_MODULE("alarm", ResetRank::State, [] {
 	for (const auto &entry : g_alarms)
 		removeSource(entry.second.source);
 	g_alarms.clear();
-}
+	return 0;
+});
 
 } // namespace zonhost
 

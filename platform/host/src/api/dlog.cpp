@@ -273,3 +273,8 @@ ZON_HOST_API void zon_host_log_clear(void)
 {
 	g_captured.clear();
 }
+
+ZON_HOST_MODULE("log", ResetRank::Log, [] {
+	logReset();
+	return 0;
+});

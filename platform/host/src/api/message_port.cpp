@@ -127,6 +127,8 @@ int messagePortReset()
 	return live;
 }
 
+ZON_HOST_MODULE("message_port", ResetRank::State, messagePortReset);
+
 } // namespace zonhost
 
 using namespace zonhost;

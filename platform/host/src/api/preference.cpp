@@ -304,3 +304,5 @@ ZON_HOST_API int preference_foreach_item(preference_item_cb callback, void *user
 	}
 	return PREFERENCE_ERROR_NONE;
 }
+
+ZON_HOST_MODULE("preference", ResetRank::State, preferenceReset);

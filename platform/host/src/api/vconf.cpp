@@ -382,3 +382,5 @@ ZON_HOST_API int zon_host_vconf_unset(const char *key)
 		return 0;
 	return store->save() ? 0 : -1;
 }
+
+ZON_HOST_MODULE("vconf", ResetRank::State, vconfReset);

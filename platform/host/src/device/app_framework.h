@@ -101,11 +101,19 @@ void reply(const app_control_s &reply, const app_control_s &request, app_control
 int sendPortMessage(const std::string &senderAppId, const char *senderPort, bool senderTrusted,
 		const char *remoteAppId, const char *remotePort, bool trusted, bundle *message);
 
-// ---- reset hooks of the framework's parts; appFrameworkReset() (apps.cpp) calls them ----
-int messagePortReset();
-void alarmReset();
-void weatherAgentReset();
+// ---- the shipped stand-in applications (src/standins) ----
+
+// Registers the stand-in `appId` and, as the host module `name`, its reset: `reset` forgets
+// what the stand-in holds (queued answers, counters) and runs when it is uninstalled too.
+bool registerStandIn(const char *name, const char *appId, void (*onLaunch)(app_control_h), ResetFn reset);
+// Installs (or replaces) the registered stand-in `appId`.
+void installStandIn(const char *appId);
 
 } // namespace zonhost
+
+// Once per stand-in, at namespace scope of its own source:
+//   ZON_HOST_STANDIN("companion", ZON_HOST_COMPANION_APP_ID, onLaunch, reset);
+#define ZON_HOST_STANDIN(name, appId, onLaunch, reset) \
+	static const bool zonHostStandIn_ [[maybe_unused]] = zonhost::registerStandIn(name, appId, onLaunch, reset)
 
 #endif // ZON_HOST_APP_FRAMEWORK_H

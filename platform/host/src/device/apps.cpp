@@ -90,6 +90,17 @@ struct ReplyRecord {
 };
 std::vector<std::unique_ptr<ReplyRecord>> g_replies;
 
+struct StandIn {
+	void (*onLaunch)(app_control_h);
+	ResetFn reset;
+};
+// By app id. Function-local: the stand-ins register from their own static initialisers.
+std::map<std::string, StandIn> &standIns()
+{
+	static std::map<std::string, StandIn> registered;
+	return registered;
+}
+
 const char *orNull(const std::optional<std::string> &s)
 {
 	return s ? s->c_str() : nullptr;
@@ -180,11 +191,20 @@ void reply(const app_control_s &replyHandle, const app_control_s &request, app_c
 	});
 }
 
-// Called by zon_host_reset(): uninstalls every stand-in and forgets ports, alarms, launches
-// and replies. Counts the message ports still registered, the registrations an application
-// must undo itself; installed applications and pending alarms are the device's state.
-int appFrameworkReset()
+bool registerStandIn(const char *name, const char *appId, void (*onLaunch)(app_control_h), ResetFn reset)
 {
+	standIns()[appId] = StandIn{onLaunch, reset};
+	return registerModule(name, ResetRank::State, reset);
+}
+
+void installStandIn(const char *appId)
+{
+	const StandIn &standIn = standIns().at(appId);
+	installApp(appId, standIn.onLaunch, [reset = standIn.reset] { reset(); });
+}
+
+// Installed applications are the device's state, not the application's: no live count.
+ZON_HOST_MODULE("apps", ResetRank::State, [] {
 	while (!g_apps.empty())
 		removeApp(g_apps.begin());
 	for (const auto &entry : g_pendingReplies)
@@ -192,10 +212,8 @@ int appFrameworkReset()
 	g_pendingReplies.clear();
 	g_launches.clear();
 	g_replies.clear();
-	alarmReset();
-	weatherAgentReset();
-	return messagePortReset();
-}
+	return 0;
+});
 
 } // namespace zonhost
 

@@ -78,9 +78,9 @@ void cancelDeliveries(Serial owner)
 	destroyWhere([owner](const Delivery *d) { return d->owner == owner; });
 }
 
-void cancelAllDeliveries()
-{
+ZON_HOST_MODULE("delivery", ResetRank::Deliveries, [] {
 	destroyWhere([](const Delivery *) { return true; });
-}
+	return 0;
+});
 
 } // namespace zonhost

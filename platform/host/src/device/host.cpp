@@ -136,6 +136,28 @@ bool declareFaultPoints(std::initializer_list<const char *> names)
 	return true;
 }
 
+bool faultCheck(const char *function, int *error)
+{
+	if (!function)
+		return false;
+	if (!faultPoints().count(function)) {
+		// Declared now, so the complaint comes once: the point works, only inject() missed it.
+		faultPoints().insert(function);
+		platformLog(DLOG_ERROR, "ZON_HOST", "fault point %s is not declared with ZON_HOST_FAULT_POINTS", function);
+	}
+	if (g_faults.empty())
+		return false;
+	auto it = g_faults.find(function);
+	if (it == g_faults.end())
+		return false;
+	if (--it->second.remaining > 0)
+		return false;
+	if (error)
+		*error = it->second.error;
+	g_faults.erase(it);
+	return true;
+}
+
 bool ensureDir(const std::string &path)
 {
 	if (g_mkdir_with_parents(path.c_str(), 0755) == 0)
@@ -197,27 +219,27 @@ std::string desktopTimeZone()
 	return "UTC";
 }
 
-void faultReset()
-{
-	g_faults.clear();
-}
-
 } // namespace zonhost
 
 using namespace zonhost;
+
+ZON_HOST_MODULE("faults", ResetRank::Faults, [] {
+	g_faults.clear();
+	return 0;
+});
+// Re-read from the environment at the next use: a new root is a new device.
+ZON_HOST_MODULE("device", ResetRank::Device, [] {
+	g_appId = ZON_HOST_DEFAULT_APP_ID;
+	g_rootReady = false;
+	g_root.clear();
+	return 0;
+});
 
 ZON_HOST_FAULT_POINTS("zon_platform_path");
 
 ZON_HOST_API int zon_host_reset(void)
 {
-	cancelAllDeliveries();
-	int live = preferenceReset() + vconfReset() + appFrameworkReset() + cloudReset();
-	faultReset();
-	logReset();
-	g_appId = ZON_HOST_DEFAULT_APP_ID;
-	g_rootReady = false;
-	g_root.clear();
-	return live;
+	return resetModules();
 }
 
 ZON_HOST_API const char *zon_host_root(void)
@@ -299,27 +321,6 @@ ZON_HOST_API int zon_host_fault_inject(const char *function, int nth, int error)
 	return 0;
 }
 
-ZON_HOST_API bool zon_host_fault_check(const char *function, int *error)
-{
-	if (!function)
-		return false;
-	if (!faultPoints().count(function)) {
-		// Declared now, so the complaint comes once: the point works, only inject() missed it.
-		faultPoints().insert(function);
-		platformLog(DLOG_ERROR, "ZON_HOST", "fault point %s is not declared with ZON_HOST_FAULT_POINTS", function);
-	}
-	if (g_faults.empty())
-		return false;
-	auto it = g_faults.find(function);
-	if (it == g_faults.end())
-		return false;
-	if (--it->second.remaining > 0)
-		return false;
-	if (error)
-		*error = it->second.error;
-	g_faults.erase(it);
-	return true;
-}
 
 ZON_HOST_API char *zon_platform_path(const char *devicePath)
 {

@@ -17,6 +17,7 @@
 #include <time.h>
 
 #include "tizen_error.h"
+#include "modules.h"
 #include "zon-host/zon_host.h"
 
 // The library is built with hidden visibility; only the platform APIs and the control API are
@@ -28,7 +29,7 @@
 #define ZON_HOST_FAULT_RETURN_ERROR() \
 	do { \
 		int zonHostError_ = 0; \
-		if (zon_host_fault_check(__func__, &zonHostError_)) \
+		if (zonhost::faultCheck(__func__, &zonHostError_)) \
 			return zonHostError_; \
 	} while (0)
 
@@ -37,7 +38,7 @@
 #define ZON_HOST_FAULT_RETURN(failValue) \
 	do { \
 		int zonHostError_ = 0; \
-		if (zon_host_fault_check(__func__, &zonHostError_)) { \
+		if (zonhost::faultCheck(__func__, &zonHostError_)) { \
 			set_last_result(zonHostError_); \
 			return failValue; \
 		} \
@@ -52,6 +53,9 @@
 namespace zonhost {
 
 bool declareFaultPoints(std::initializer_list<const char *> names);
+// True, with *error set, when this call of the platform function `function` must fail (an
+// injected fault); counts the call.
+bool faultCheck(const char *function, int *error);
 
 // ---- device root and application directories (host.cpp) ----
 
@@ -179,23 +183,10 @@ Serial newSerial();
 void deliverLater(Serial owner, std::function<void()> fn);
 // Drops the deliveries of `owner` not yet dispatched (one being dispatched runs to its end).
 void cancelDeliveries(Serial owner);
-void cancelAllDeliveries();
-
-// ---- per-module reset hooks, called by zon_host_reset(); each returns the number of live
-// callback registrations it dropped ----
 
 // The platform answers a feature key with or without its "http://" scheme: both name one
 // feature, stored under the short form.
 std::string featureKey(const char *key);
-
-int preferenceReset();
-int vconfReset();
-// Application framework: stand-ins, message ports, alarms, launch records (apps.cpp).
-int appFrameworkReset();
-// The cloud backup service: registrations, session, record and list handles (cloud.cpp).
-int cloudReset();
-void logReset();
-void faultReset();
 
 // ---- diagnostics of the platform implementation itself, logged as the device's platform
 // libraries do, under their own tag ----

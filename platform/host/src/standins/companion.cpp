@@ -36,15 +36,24 @@ void onLaunch(app_control_h request)
 	}
 }
 
+int forget()
+{
+	g_changeRequests = 0;
+	return 0;
+}
+
 } // namespace
+
+ZON_HOST_STANDIN("companion", ZON_HOST_COMPANION_APP_ID, onLaunch, forget);
+
 } // namespace zonhost
 
 using namespace zonhost;
 
 ZON_HOST_API int zon_host_install_companion(void)
 {
-	g_changeRequests = 0;
-	installApp(ZON_HOST_COMPANION_APP_ID, onLaunch, [] { g_changeRequests = 0; });
+	forget();
+	installStandIn(ZON_HOST_COMPANION_APP_ID);
 	return 0;
 }
 

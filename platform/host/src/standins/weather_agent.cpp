@@ -232,11 +232,15 @@ void onLaunch(app_control_h request)
 
 } // namespace
 
-void weatherAgentReset()
+// Runs when the agent is uninstalled as well: a re-install brings its own configuration.
+int forget()
 {
 	dropWaiting();
 	g_config = Config();
+	return 0;
 }
+
+ZON_HOST_STANDIN("weather_agent", kAgentAppId, onLaunch, forget);
 
 } // namespace zonhost
 
@@ -264,7 +268,7 @@ ZON_HOST_API int zon_host_install_weather_agent(const zon_host_weather_agent_con
 		next.date = config->date;
 	}
 	g_config = std::move(next);
-	installApp(kAgentAppId, onLaunch, dropWaiting);
+	installStandIn(kAgentAppId);
 	return 0;
 }
 

@@ -38,8 +38,11 @@ void onLaunch(app_control_h request)
 
 } // namespace
 
+// Keeps nothing of its own: what it writes is the application's preference.
+ZON_HOST_STANDIN("zonvista_service", ZON_HOST_ZONVISTA_SERVICE_APP_ID, onLaunch, [] { return 0; });
+
 ZON_HOST_API int zon_host_install_zonvista_service(void)
 {
-	zonhost::installApp(ZON_HOST_ZONVISTA_SERVICE_APP_ID, onLaunch);
+	zonhost::installStandIn(ZON_HOST_ZONVISTA_SERVICE_APP_ID);
 	return 0;
 }
