@@ -118,7 +118,10 @@ public:
 
 	// A `journaled` store appends each change to <path>.journal rather than replacing the file
 	// (keystore.cpp): a change then costs one write instead of a file replaced by rename.
-	explicit KeyStore(std::string path, std::string headerComment = std::string(), bool journaled = false);
+	// A `watched` store asks the kernel (inotify on its directory) whether its file changed
+	// instead of looking at the file on every load().
+	explicit KeyStore(std::string path, std::string headerComment = std::string(), bool journaled = false,
+			bool watched = false);
 	~KeyStore();
 	KeyStore(const KeyStore &) = delete;
 	KeyStore &operator=(const KeyStore &) = delete;
@@ -152,6 +155,7 @@ private:
 	};
 
 	struct Journal;
+	struct Watch;
 
 	void forget();
 	bool loadFile(bool *reloaded);
@@ -169,6 +173,7 @@ private:
 	// False until a load or save has seen a stamp that a later change cannot repeat.
 	bool current_ = false;
 	std::unique_ptr<Journal> journal_;
+	std::unique_ptr<Watch> watch_;
 };
 
 // One store per module, kept while the path it was opened for stays the same (the device root
@@ -176,7 +181,8 @@ private:
 class KeptStore {
 public:
 	// The store for `path`, loaded; nullptr when the file can't be read or parsed.
-	KeyStore *load(const std::string &path, const std::string &headerComment, bool journaled = false);
+	KeyStore *load(const std::string &path, const std::string &headerComment, bool journaled = false,
+			bool watched = false);
 	void drop() { store_.reset(); }
 
 private:

@@ -9,7 +9,9 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -274,6 +276,80 @@ struct KeyStore::Journal {
 	}
 };
 
+namespace {
+
+// A forked child shares its parent's inotify descriptors, and with them the events: whichever
+// process reads one takes it from the other. A watch made before a fork is not trusted after it.
+unsigned g_forks = 0;
+void countFork()
+{
+	++g_forks;
+}
+
+} // namespace
+
+struct KeyStore::Watch {
+	std::string dir;
+	std::string name;
+	int fd = -1;
+	unsigned forks = 0;
+	// The store in memory was read (or written) while the watch stood: until an event names the
+	// file, it is what the file holds.
+	bool covers = false;
+
+	~Watch() { stop(); }
+
+	void start()
+	{
+		static const bool atFork [[maybe_unused]] = pthread_atfork(nullptr, nullptr, countFork) == 0;
+		fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+		if (fd < 0)
+			return;
+		const uint32_t events = IN_CREATE | IN_DELETE | IN_MODIFY | IN_ATTRIB | IN_CLOSE_WRITE | IN_MOVED_FROM |
+				IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+		if (inotify_add_watch(fd, dir.c_str(), events) < 0)
+			stop();
+		forks = g_forks;
+	}
+
+	void stop()
+	{
+		if (fd >= 0)
+			close(fd);
+		fd = -1;
+		covers = false;
+	}
+
+	// True when nothing happened to the file since the last call; drains the events.
+	bool quiet()
+	{
+		if (fd >= 0 && forks != g_forks)
+			stop();
+		if (fd < 0)
+			return false;
+		bool still = true;
+		alignas(struct inotify_event) char buffer[4096];
+		ssize_t n;
+		while ((n = read(fd, buffer, sizeof buffer)) > 0) {
+			for (ssize_t at = 0; at < n;) {
+				const struct inotify_event *event = reinterpret_cast<const struct inotify_event *>(buffer + at);
+				at += (ssize_t)(sizeof *event + event->len);
+				if (event->mask & (IN_Q_OVERFLOW | IN_IGNORED | IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT)) {
+					stop();
+					return false;
+				}
+				if (event->len && name == event->name)
+					still = false;
+			}
+		}
+		if (n < 0 && errno != EAGAIN && errno != EINTR) {
+			stop();
+			return false;
+		}
+		return still;
+	}
+};
+
 bool Value::operator==(const Value &o) const
 {
 	if (type != o.type)
@@ -288,9 +364,18 @@ bool Value::operator==(const Value &o) const
 	return false;
 }
 
-KeyStore::KeyStore(std::string path, std::string headerComment, bool journaled)
+KeyStore::KeyStore(std::string path, std::string headerComment, bool journaled, bool watched)
 	: path_(std::move(path)), header_(std::move(headerComment)), file_(g_key_file_new())
 {
+	if (watched) {
+		watch_.reset(new Watch);
+		gchar *dir = g_path_get_dirname(path_.c_str());
+		gchar *name = g_path_get_basename(path_.c_str());
+		watch_->dir = dir;
+		watch_->name = name;
+		g_free(dir);
+		g_free(name);
+	}
 	if (journaled) {
 		journal_.reset(new Journal);
 		journal_->path = path_ + ".journal";
@@ -348,6 +433,8 @@ void KeyStore::forget()
 		journal_->generation.clear();
 		journal_->keyFileText.clear();
 	}
+	if (watch_)
+		watch_->covers = false;
 }
 
 bool KeyStore::load()
@@ -368,23 +455,37 @@ bool KeyStore::load()
 bool KeyStore::loadFile(bool *reloaded)
 {
 	*reloaded = false;
+	if (watch_) {
+		if (watch_->quiet() && watch_->covers)
+			return true;
+		// Watching from before the look at the file, so no change after it goes unseen.
+		if (watch_->fd < 0)
+			watch_->start();
+		watch_->covers = false;
+	}
+	const bool watching = watch_ && watch_->fd >= 0;
+	auto seen = [&]() {
+		if (watch_)
+			watch_->covers = watching;
+		return true;
+	};
 	struct stat st;
 	if (current_) {
 		bool absent = stat(path_.c_str(), &st) != 0;
 		if (absent ? errno == ENOENT && !stamp_.exists : stamp_ == Stamp::of(st))
-			return true;
+			return seen();
 	}
 	*reloaded = true;
 	int fd = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
 	if (fd < 0 && errno == ENOENT) {
 		if (current_ && !stamp_.exists) {
 			*reloaded = false;
-			return true;
+			return seen();
 		}
 		forget();
 		stamp_ = Stamp();
 		current_ = true;
-		return true;
+		return seen();
 	}
 	const char *problem = nullptr;
 	if (fd < 0 || fstat(fd, &st) != 0)
@@ -420,7 +521,7 @@ bool KeyStore::loadFile(bool *reloaded)
 		stamp_ = now;
 		current_ = now.settled();
 		*reloaded = false;
-		return true;
+		return seen();
 	}
 	forget();
 	// A journaled store's generation line is the journal's business, not a comment to keep.
@@ -446,7 +547,7 @@ bool KeyStore::loadFile(bool *reloaded)
 		journal_->keyFileText = std::move(data);
 	stamp_ = now;
 	current_ = now.settled();
-	return true;
+	return seen();
 }
 
 bool KeyStore::save()
@@ -652,10 +753,10 @@ bool KeyStore::saveFile()
 	return true;
 }
 
-KeyStore *KeptStore::load(const std::string &path, const std::string &headerComment, bool journaled)
+KeyStore *KeptStore::load(const std::string &path, const std::string &headerComment, bool journaled, bool watched)
 {
 	if (!store_ || store_->path() != path)
-		store_.reset(new KeyStore(path, headerComment, journaled));
+		store_.reset(new KeyStore(path, headerComment, journaled, watched));
 	return store_->load() ? store_.get() : nullptr;
 }
 
