@@ -7,13 +7,14 @@
 #include <string>
 
 #include <app_preference.h>
+#include <vconf.h>
 #include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 
 namespace {
 
-class HostPreferenceJournal : public HostFixture {
+class HostStoreSharing : public HostFixture {
 protected:
 	int intOf(const char *key)
 	{
@@ -33,7 +34,7 @@ protected:
 	std::string journal() const { return rootPath("apps/korvath.zonvista/data/.preference.journal"); }
 };
 
-TEST_F(HostPreferenceJournal, AnotherProcessSeesChangesAndNoneIsLost)
+TEST_F(HostStoreSharing, AnotherProcessSeesChangesAndNoneIsLost)
 {
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("a", 1));
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_string("s", " padded text "));
@@ -61,7 +62,7 @@ TEST_F(HostPreferenceJournal, AnotherProcessSeesChangesAndNoneIsLost)
 	EXPECT_EQ(3, intOf("c"));
 }
 
-TEST_F(HostPreferenceJournal, TornTailIsSkippedAndTheJournalStaysBounded)
+TEST_F(HostStoreSharing, TornTailIsSkippedAndTheJournalStaysBounded)
 {
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("a", 1));
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("a", 2));
@@ -83,6 +84,27 @@ TEST_F(HostPreferenceJournal, TornTailIsSkippedAndTheJournalStaysBounded)
 	EXPECT_EQ(599, intOf("ZonDBChanged"));
 	EXPECT_EQ(2, intOf("a"));
 	EXPECT_EQ(4, intOf("d"));
+}
+
+// The settings store learns of changes from the kernel; a child forked from a process that
+// watches must not take the parent's news by reading its own write back.
+TEST_F(HostStoreSharing, SettingsWrittenByAForkedChildReachTheParent)
+{
+	const char *key = "db/setting/clock/lap";
+	ASSERT_EQ(VCONF_OK, vconf_set_str(key, "parent"));
+	free(vconf_get_str(key));
+	pid_t child = fork();
+	ASSERT_GE(child, 0);
+	if (child == 0) {
+		char *mine = vconf_set_str(key, "child") == VCONF_OK ? vconf_get_str(key) : nullptr;
+		_exit(mine && std::string(mine) == "child" ? 0 : 1);
+	}
+	int status = 0;
+	ASSERT_EQ(child, waitpid(child, &status, 0));
+	ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+	char *seen = vconf_get_str(key);
+	EXPECT_STREQ("child", seen);
+	free(seen);
 }
 
 } // namespace
