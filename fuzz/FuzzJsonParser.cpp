@@ -13,37 +13,16 @@
 
 #include <json-glib/json-glib.h>
 
+#include "FuzzSupport.h"
 #include "ZonJsonObject.h"
 #include "ZonJsonParser.h"
 
-// Present only in sanitized builds.
-extern "C" void __lsan_disable() __attribute__((weak));
-extern "C" void __lsan_enable() __attribute__((weak));
-
 namespace {
+
+using fuzz::check;
 
 const char kProbe[] = "zon-fuzz-probe";
 const int kMaxNestingDepth = 1000;   // the wrapper's own limit, see ZonJsonParser.cpp
-
-// JSON-GLib 1.6 loses part of what it builds on some texts (broken surrogate escapes, a second
-// top-level value); that is its leak, not the wrappers', so parsing runs with LeakSanitizer off.
-template <typename Parse>
-void parseQuietly(Parse parse)
-{
-	if (__lsan_disable)
-		__lsan_disable();
-	parse();
-	if (__lsan_enable)
-		__lsan_enable();
-}
-
-void check(bool condition, const char* what)
-{
-	if (!condition) {
-		fprintf(stderr, "FuzzJsonParser: %s\n", what);
-		abort();
-	}
-}
 
 // Every getter on every member, whatever its type: mistyped reads are where the wrappers meet
 // JSON-GLib's null and zero answers. Deeper than 16 levels only repeats the same reads.
@@ -113,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 	const std::string text(reinterpret_cast<const char*>(data), size);
 
 	ZonJsonParser parser("{\"zon-fuzz-probe\":\"before\"}");
-	parseQuietly([&] { parser.setJsonMessage(text); });
+	fuzz::withoutLeakChecks([&] { parser.setJsonMessage(text); });
 	std::string probe = "untouched";
 	parser.getStringValue(kProbe, probe);
 	ZonJsonParser copy(parser);
@@ -126,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 		return 0;
 	JsonParser* reference = json_parser_new();
 	bool accepted = false;
-	parseQuietly([&] {
+	fuzz::withoutLeakChecks([&] {
 		accepted = json_parser_load_from_data(reference, text.data(), static_cast<gssize>(text.size()), nullptr);
 	});
 	JsonNode* root = json_parser_get_root(reference);

@@ -10,7 +10,6 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <ftw.h>
 #include <unistd.h>
 
 #include <optional>
@@ -20,19 +19,14 @@
 #include <korvath_cloud.h>
 #include <zon-host/zon_host.h>
 
+#include "FuzzSupport.h"
 #include "RestoreModel.h"
 
 namespace {
 
-using Value = std::optional<std::string>;
+using fuzz::check;
 
-void check(bool condition, const char* what)
-{
-	if (!condition) {
-		fprintf(stderr, "FuzzRestore: %s\n", what);
-		abort();
-	}
-}
+using Value = std::optional<std::string>;
 
 class FuzzRestoreModel : public RestoreModel {
 public:
@@ -49,23 +43,7 @@ public:
 	std::vector<Value> values;
 };
 
-std::string gRoot;
-std::string gSource;
 FuzzRestoreModel* gModel = nullptr;
-
-void setUpOnce()
-{
-	char dir[] = "/tmp/zon-fuzz-restore-XXXXXX";
-	check(mkdtemp(dir) != nullptr, "cannot make a device root");
-	gRoot = dir;
-	gSource = gRoot + "/source.dat";
-	setenv("ZON_HOST_ROOT", dir, 1);
-	setenv("ZON_HOST_LOG", "/dev/null", 0);   // broken files are logged on every run
-	atexit([] {
-		nftw(gRoot.c_str(), [](const char* p, const struct stat*, int, struct FTW*) { return remove(p); }, 16,
-			FTW_DEPTH | FTW_PHYS);
-	});
-}
 
 // What the platform itself reads from the file: nullopt when it is no record file.
 std::optional<std::vector<Value>> reference(const std::string& path)
@@ -92,8 +70,7 @@ std::optional<std::vector<Value>> reference(const std::string& path)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-	if (gRoot.empty())
-		setUpOnce();
+	static const std::string gSource = fuzz::deviceRoot() + "/source.dat";
 	// A new host each time: handles the previous run leaked by design are freed here.
 	zon_host_reset();
 	// Unlinked first: truncating a file makes some file systems flush it on close.

@@ -14,24 +14,11 @@
 #include <vector>
 
 #include "Catalogue.h"
+#include "FuzzSupport.h"
 #include "RestoreCheck.h"
 #include "ZonCityinfo.h"
 
-// Present only in sanitized builds.
-extern "C" void __lsan_disable() __attribute__((weak));
-extern "C" void __lsan_enable() __attribute__((weak));
-
-namespace {
-
-void check(bool condition, const char* what)
-{
-	if (!condition) {
-		fprintf(stderr, "FuzzRestoreCheck: %s\n", what);
-		abort();
-	}
-}
-
-} // namespace
+using fuzz::check;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -48,13 +35,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 	zonclock::RestoreCheck records;
 	std::set<std::string> keys;
 	for (size_t i = 0; i < values.size(); ++i) {
-		// JSON-GLib 1.6 loses part of what it builds on some broken texts: its leak, not the
-		// check's, so records are read with LeakSanitizer off.
-		if (__lsan_disable)
-			__lsan_disable();
-		std::string key = records.add(static_cast<int>(i), values[i] == "~" ? nullptr : values[i].c_str());
-		if (__lsan_enable)
-			__lsan_enable();
+		std::string key;
+		fuzz::withoutLeakChecks([&] { key = records.add(static_cast<int>(i), values[i] == "~" ? nullptr : values[i].c_str()); });
 		check(!key.empty(), "a record was given no key");
 		keys.insert(key);
 	}

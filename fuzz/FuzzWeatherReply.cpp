@@ -23,6 +23,7 @@
 #include <message_port.h>
 #include <zon-host/zon_host.h>
 
+#include "FuzzSupport.h"
 #include "ZonDBManager.h"
 #include "ZonWeatherAgentHandler.h"
 
@@ -35,27 +36,11 @@ const char* const kValues[] = {"0", "1", "00", "-7", "21", "23", "24", "-1", "42
 	"-1e999", "nan", "inf", " 0", "0x10", "12abc"};
 const int kBeijing = 35;
 
-std::string gRoot;
+using fuzz::check;
 
-void check(bool condition, const char* what)
+bool setUpOnce()
 {
-	if (!condition) {
-		fprintf(stderr, "FuzzWeatherReply: %s\n", what);
-		abort();
-	}
-}
-
-void setUpOnce()
-{
-	char pattern[] = "/tmp/zon-fuzz-weather-XXXXXX";
-	check(mkdtemp(pattern) != nullptr, "no temporary device root");
-	gRoot = pattern;
-	atexit([] {
-		if (system(("rm -rf '" + gRoot + "'").c_str()) != 0)
-			fprintf(stderr, "FuzzWeatherReply: could not remove %s\n", gRoot.c_str());
-	});
-	setenv("ZON_HOST_ROOT", gRoot.c_str(), 1);
-	setenv("ZON_HOST_LOG", "/dev/null", 0);   // a dozen lines per input, none of them news
+	fuzz::deviceRoot();
 	zon_host_reset();
 	zon_host_weather_agent_config silent = {};
 	silent.mode = ZON_HOST_WEATHER_SILENT;
@@ -63,6 +48,7 @@ void setUpOnce()
 	zon_host_install_zonvista_service();
 	ZonDBManager::getInstance()->initialize();
 	ZonDBManager::getInstance()->insert(kBeijing, "Beijing", false);
+	return true;
 }
 
 bundle* buildMessage(const uint8_t* data, size_t size)
@@ -96,8 +82,8 @@ bundle* buildMessage(const uint8_t* data, size_t size)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-	if (gRoot.empty())
-		setUpOnce();
+	static const bool setUp = setUpOnce();
+	(void)setUp;
 	bool requestFirst = size > 0 && (data[0] & 1);
 
 	ZonDBManager::getInstance()->updateWeatherInfo(kBeijing, CLOUDY, 20, true, 123);

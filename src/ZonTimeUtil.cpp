@@ -60,8 +60,8 @@ int i18nResult(UErrorCode status)
 	return U_FAILURE(status) ? static_cast<int>(status) : I18N_ERROR_NONE;
 }
 
-const double kTwoPi = 6.283185307179586;
-const double kDegree = 0.017453292519943295;
+constexpr double kTwoPi = 6.283185307179586;
+constexpr double kDegree = 0.017453292519943295;
 
 // ---- settings ----
 
@@ -826,10 +826,68 @@ bool ZonTimeUtil::_getFormattedDateString(time_t t, const char* locale, const ch
 
 // ---- sunrise and sunset ----
 
+namespace {
+
+// The low-precision solar model, in the degrees it is stated in and the radians it computes with.
+// Each radian form is the literal the model has always used; the static_asserts prove it is the
+// degree value times kDegree to the last bit, so naming changed no result.
+constexpr double kMeanLongitudeAtEpochDeg = 280.461;    // at 2000-01-01 12:00 (d = 0)
+constexpr double kMeanLongitudeAtEpoch = 4.894967873435816;
+constexpr double kMeanLongitudePerDayDeg = 0.9856474;   // per day
+constexpr double kMeanLongitudePerDay = 0.017202792393721557;
+constexpr double kMeanAnomalyAtEpochDeg = 357.528;
+constexpr double kMeanAnomalyAtEpoch = 6.240040768070287;
+constexpr double kMeanAnomalyPerDayDeg = 0.9856003;     // per day
+constexpr double kMeanAnomalyPerDay = 0.017201970343643867;
+// The two terms of the equation of centre.
+constexpr double kCentreFirstDeg = 1.915;
+constexpr double kCentreFirst = 0.03342305517569141;
+constexpr double kCentreSecondDeg = 0.020;
+constexpr double kCentreSecond = 0.00034906585039886593;
+constexpr double kObliquityAtEpochDeg = 23.439;
+constexpr double kObliquityAtEpoch = 0.4090877233749509;
+constexpr double kObliquityPerDayDeg = 0.0000004;       // per day, decreasing
+constexpr double kObliquityPerDay = 6.981317007977318e-9;
+// How far below the horizon the sun's centre is at rise and set: refraction and the half disc,
+// 49.9 arc minutes, a tenth of a minute short of the usual zenith of 90.833 degrees.
+constexpr double kRiseSetAllowanceDeg = 49.9 / 60;
+constexpr double kRiseSetAllowance = 0.014515321612419507;
+// Civil twilight: the sun's centre 6 degrees below the horizon.
+constexpr double kCivilTwilightDeg = 6.0;
+constexpr double kCivilTwilight = 0.10471975511965978;
+// Above this the tangent product is taken as 1: the sun circles without setting.
+constexpr double kPolarDayClamp = 0.99999;
+// _getJulDay's day count at 2000-01-01 00:00, less half a day.
+constexpr double kDaysToEpoch = 730531.5;
+
+static_assert(kMeanLongitudeAtEpochDeg * kDegree == kMeanLongitudeAtEpoch, "radians of the degrees");
+static_assert(kMeanLongitudePerDayDeg * kDegree == kMeanLongitudePerDay, "radians of the degrees");
+static_assert(kMeanAnomalyAtEpochDeg * kDegree == kMeanAnomalyAtEpoch, "radians of the degrees");
+static_assert(kMeanAnomalyPerDayDeg * kDegree == kMeanAnomalyPerDay, "radians of the degrees");
+static_assert(kCentreFirstDeg * kDegree == kCentreFirst, "radians of the degrees");
+static_assert(kCentreSecondDeg * kDegree == kCentreSecond, "radians of the degrees");
+static_assert(kObliquityAtEpochDeg * kDegree == kObliquityAtEpoch, "radians of the degrees");
+static_assert(kObliquityPerDayDeg * kDegree == kObliquityPerDay, "radians of the degrees");
+static_assert(kRiseSetAllowanceDeg * kDegree == kRiseSetAllowance, "radians of the degrees");
+static_assert(kCivilTwilightDeg * kDegree == kCivilTwilight, "radians of the degrees");
+
+// The hour angle at which the sun's centre is `allowance` below the horizon.
+double hourAngleBelowHorizon(double latitude, double declination, double allowance)
+{
+	if (latitude < 0)
+		allowance = -allowance;
+	double x = tan(declination + allowance) * tan(latitude * kDegree);
+	if (x > kPolarDayClamp)
+		x = 1.0;
+	return asin(x) + M_PI / 2;
+}
+
+}
+
 double ZonTimeUtil::_getJulDay(int year, int month, int day, int hour)
 {
 	long days = 367L * year - 7 * (year + (month + 9) / 12) / 4 + 275 * month / 9 + day;
-	return static_cast<double>(days) - 730531.5 + hour / 24.0;
+	return static_cast<double>(days) - kDaysToEpoch + hour / 24.0;
 }
 
 double ZonTimeUtil::_getNormalizedAngle(double angle)
@@ -843,34 +901,20 @@ double ZonTimeUtil::_getNormalizedAngle(double angle)
 
 double ZonTimeUtil::_getEclipticLongitudeOfSun(double d)
 {
-	double meanLongitude = _getNormalizedAngle(d * 0.017202792393721557 + 4.894967873435816);
-	double meanAnomaly = _getNormalizedAngle(d * 0.017201970343643867 + 6.240040768070287);
-	return _getNormalizedAngle(meanLongitude + 0.03342305517569141 * sin(meanAnomaly)
-		+ 0.00034906585039886593 * sin(2 * meanAnomaly));
+	double meanLongitude = _getNormalizedAngle(d * kMeanLongitudePerDay + kMeanLongitudeAtEpoch);
+	double meanAnomaly = _getNormalizedAngle(d * kMeanAnomalyPerDay + kMeanAnomalyAtEpoch);
+	return _getNormalizedAngle(meanLongitude + kCentreFirst * sin(meanAnomaly) + kCentreSecond * sin(2 * meanAnomaly));
 }
 
 double ZonTimeUtil::_getHourAngle(double latitude, double declination)
 {
-	// Refraction and the sun's half disc: the sun is up when its centre is 0.83 degrees below the
-	// horizon. No lower clamp: polar night gives NaN.
-	double allowance = 0.014515321612419507;
-	if (latitude < 0)
-		allowance = -allowance;
-	double x = tan(declination + allowance) * tan(latitude * kDegree);
-	if (x > 0.99999)
-		x = 1.0;
-	return asin(x) + M_PI / 2;
+	// No lower clamp: polar night gives NaN.
+	return hourAngleBelowHorizon(latitude, declination, kRiseSetAllowance);
 }
 
 double ZonTimeUtil::_getHourAngleForTwilight(double latitude, double declination)
 {
-	double allowance = 0.10471975511965978;
-	if (latitude < 0)
-		allowance = -allowance;
-	double x = tan(declination + allowance) * tan(latitude * kDegree);
-	if (x > 0.99999)
-		x = 1.0;
-	return asin(x) + M_PI / 2;
+	return hourAngleBelowHorizon(latitude, declination, kCivilTwilight);
 }
 
 namespace {
@@ -910,16 +954,20 @@ void ZonTimeUtil::getSunRiseSetTime(const char* timezone, double latitude, doubl
 	double d = _getJulDay(deviceNow.tm_year + 1900, deviceNow.tm_mon + 1, deviceNow.tm_mday, 12);
 
 	double lambda = _getEclipticLongitudeOfSun(d);
-	double obliquity = 0.4090877233749509 - d * 6.981317007977318e-9;
+	double obliquity = kObliquityAtEpoch - d * kObliquityPerDay;
 	double rightAscension = atan2(cos(obliquity) * sin(lambda), cos(lambda));
 	double declination = asin(sin(obliquity) * sin(lambda));
 
-	double meanLongitude = _getNormalizedAngle(d * 0.017202792393721557 + 4.894967873435816);
+	double meanLongitude = _getNormalizedAngle(d * kMeanLongitudePerDay + kMeanLongitudeAtEpoch);
 	double equation = meanLongitude - rightAscension;
 	if (equation < M_PI)
 		equation += kTwoPi;
 
 	double hourAngle = _getHourAngle(latitude, declination);
+	// The twilight angle is worked out and dropped, as the watch's model has always done: none of
+	// the outputs (two clock texts and the day flag) has a dawn or dusk time to put it in. The
+	// call is pure (no state, no log), so keeping the model step for step costs a few floating
+	// point operations and changes nothing.
 	_getHourAngleForTwilight(latitude, declination);
 
 	double tz = _getTimezoneValue(timezone);

@@ -57,13 +57,16 @@ protected:
 	}
 	// The restore source: three records "old.<i>" with values {"n":<i>}.
 	void writeSource() { writeRecordFile(source, {{"old.0", "{\"n\":0}"}, {"old.1", "{\"n\":1}"}, {"old.2", "{\"n\":2}"}}); }
-
+	// Models are destroyed before the reset checks that no registration is left.
 	void TearDown() override
 	{
-		// Destroyed before the reset checks that no registration is left.
+		dropModels();
+		HostFixture::TearDown();
+	}
+	void dropModels()
+	{
 		backup.reset();
 		restore.reset();
-		HostFixture::TearDown();
 	}
 
 	void installApp() { ASSERT_EQ(0, zon_host_register_app(zon_host_app_id(), launched, this)); }
@@ -71,8 +74,7 @@ protected:
 	// A new device state on the same root, for tests that go through several cases.
 	void freshHost()
 	{
-		backup.reset();
-		restore.reset();
+		dropModels();
 		zon_host_reset();
 		zon_host_log_capture(true);
 		installApp();
@@ -117,7 +119,7 @@ protected:
 			list.push_back(zon_host_cloud_event(i));
 		return list;
 	}
-	static std::string lastEvent() { return zon_host_cloud_event_count() ? zon_host_cloud_event(zon_host_cloud_event_count() - 1) : ""; }
+	static std::string lastEvent() { return events().empty() ? "" : events().back(); }
 	static std::string failure() { return zon_host_cloud_failure() ? zon_host_cloud_failure() : ""; }
 
 	// One field (0 key, 1 date, 2 value) of every record the service saw; "<none>" when absent.

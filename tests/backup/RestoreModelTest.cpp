@@ -94,27 +94,26 @@ TEST_F(RestoreModelTest, RecordLoopGoesOnAfterEachFailure)
 {
 	const std::string currentFailed = failedWithCode("korvath_cloud_list_get_current_record", -5);
 	const int invalid = KORVATH_CLOUD_ERROR_INVALID_PARAMETER;
+	const std::string n0 = "{\"n\":0}", n1 = "{\"n\":1}", n2 = "{\"n\":2}";
+	const Seen all = {{0, n0}, {1, n1}, {2, n2}};
+	const Texts restored = {"restored.0", "restored.1", "restored.2"};
 	// keys: of the records sent back.
 	const struct { const char* function; int nth; Texts messages; Seen seen; Texts keys; } cases[] = {
 		// A value that can't be read reaches the subclass as null; its failure is logged under
 		// the current-record message.
-		{"korvath_cloud_record_get_value", 2, {currentFailed}, {{0, "{\"n\":0}"}, {1, std::nullopt}, {2, "{\"n\":2}"}},
-			{"restored.0", "restored.1", "restored.2"}},
+		{"korvath_cloud_record_get_value", 2, {currentFailed}, {{0, n0}, {1, std::nullopt}, {2, n2}}, restored},
 		// No record: its value, key and date can't be read or set; it keeps what the file had.
 		{"korvath_cloud_list_get_current_record", 1,
 			{currentFailed, failedWithCode("korvath_cloud_list_get_current_record", invalid),
-				failedWithCode("korvath_cloud_record_set_key", invalid),
-				failedWithCode("korvath_cloud_record_set_date", invalid)},
-			{{0, std::nullopt}, {1, "{\"n\":1}"}, {2, "{\"n\":2}"}}, {"old.0", "restored.1", "restored.2"}},
+				failedWithCode("korvath_cloud_record_set_key", invalid), failedWithCode("korvath_cloud_record_set_date", invalid)},
+			{{0, std::nullopt}, {1, n1}, {2, n2}}, {"old.0", "restored.1", "restored.2"}},
 		// The cursor stays: record 0 is handed over twice and keyed by index 1.
 		{"korvath_cloud_list_move_to_next", 1, {failedWithCode("korvath_cloud_list_move_to_next", -5)},
-			{{0, "{\"n\":0}"}, {1, "{\"n\":0}"}, {2, "{\"n\":1}"}}, {"restored.1", "restored.2", "old.2"}},
-		{"korvath_cloud_list_move_to_first", 1, {failedWithCode("korvath_cloud_list_move_to_first", -5)},
-			{{0, "{\"n\":0}"}, {1, "{\"n\":1}"}, {2, "{\"n\":2}"}}, {"restored.0", "restored.1", "restored.2"}},
-		{"korvath_cloud_record_set_key", 3, {failedWithCode("korvath_cloud_record_set_key", -5)},
-			{{0, "{\"n\":0}"}, {1, "{\"n\":1}"}, {2, "{\"n\":2}"}}, {"restored.0", "restored.1", "old.2"}},
-		{"korvath_cloud_record_set_date", 1, {failedWithCode("korvath_cloud_record_set_date", -5)},
-			{{0, "{\"n\":0}"}, {1, "{\"n\":1}"}, {2, "{\"n\":2}"}}, {"restored.0", "restored.1", "restored.2"}},
+			{{0, n0}, {1, n0}, {2, n1}}, {"restored.1", "restored.2", "old.2"}},
+		{"korvath_cloud_list_move_to_first", 1, {failedWithCode("korvath_cloud_list_move_to_first", -5)}, all, restored},
+		{"korvath_cloud_record_set_key", 3, {failedWithCode("korvath_cloud_record_set_key", -5)}, all,
+			{"restored.0", "restored.1", "old.2"}},
+		{"korvath_cloud_record_set_date", 1, {failedWithCode("korvath_cloud_record_set_date", -5)}, all, restored},
 	};
 	for (const auto& c : cases) {
 		SCOPED_TRACE(c.function);
@@ -125,30 +124,6 @@ TEST_F(RestoreModelTest, RecordLoopGoesOnAfterEachFailure)
 			EXPECT_EQ(1u, zon_host_log_count_matching(message.c_str())) << message;
 		EXPECT_EQ(c.seen, restore->seen);
 		EXPECT_EQ(c.keys, serviceRecords(0));
-	}
-}
-
-TEST_F(RestoreModelTest, UnansweredStepsLeaveTheServiceWaiting)
-{
-	const struct { const char* function; const char* message; const char* lastEvent; } cases[] = {
-		{"korvath_cloud_restore_record_send_preparation_completed_response",
-			"korvath_cloud_restore_record_send_preparation_completed_response failed.(-5)", "preparation"},
-		{"korvath_cloud_restore_record_send_restoration_path",
-			"korvath_cloud_restore_record_send_restoration_path() failed.(-5)", "sending_restoration_path"},
-		{"korvath_cloud_restore_record_send_record_list",
-			"korvath_cloud_restore_record_send_record_list() failed, errCode = [-5]", nullptr},
-	};
-	for (const auto& c : cases) {
-		SCOPED_TRACE(c.function);
-		freshHost();
-		zon_host_fault_inject(c.function, 1, KORVATH_CLOUD_ERROR_IO_ERROR);
-		EXPECT_EQ(ZON_HOST_CLOUD_RUNNING, runWith(RESTORE));
-		EXPECT_EQ(1u, zon_host_log_count_matching(c.message));
-		EXPECT_EQ(c.lastEvent ? c.lastEvent : "restoration " + trustedPath("restore.dat"), lastEvent());
-		ASSERT_EQ(0, zon_host_cloud_time_out());
-		EXPECT_EQ(ZON_HOST_CLOUD_FAILED, zon_host_cloud_wait(100));
-		EXPECT_EQ(1, calls);
-		EXPECT_FALSE(result);
 	}
 }
 
@@ -176,27 +151,45 @@ TEST_F(RestoreModelTest, BackupRestoresItselfThroughTheCloudCopy)
 	EXPECT_EQ(millis.size() - 3, seconds.size());
 }
 
-TEST_F(RestoreModelTest, ServiceGivingUpAtAnyStepCompletesBothModelsOnceWithFailure)
+TEST_F(RestoreModelTest, ServiceGivingUpOrTimingOutCompletesBothModelsOnceWithFailure)
 {
-	// lastAnswer: the model's last answer before the service gave up.
-	const struct { zon_host_cloud_session_e kind; zon_host_cloud_step_e step; std::string lastAnswer; } cases[] = {
+	// The service gives up at `step`, or (STEP_NONE) times out after the model failed to answer
+	// through `function`. last: the model's last answer before the service gave up, or what
+	// the service heard last before it timed out.
+	const struct { zon_host_cloud_session_e kind; zon_host_cloud_step_e step; std::string last;
+		const char *function = nullptr, *message = nullptr; } cases[] = {
 		{ZON_HOST_CLOUD_BACKUP, ZON_HOST_CLOUD_STEP_PREPARATION, "reply succeeded"},
 		{ZON_HOST_CLOUD_BACKUP, ZON_HOST_CLOUD_STEP_KEYS_AND_DATES, "preparation_completed_response true"},
 		{ZON_HOST_CLOUD_BACKUP, ZON_HOST_CLOUD_STEP_RECORDS, "keys_and_dates 1 true"},
 		{RESTORE, ZON_HOST_CLOUD_STEP_RESTORATION_PATH, "preparation_completed_response true"},
 		{RESTORE, ZON_HOST_CLOUD_STEP_RESTORATION, "restoration_path " + trustedPath("restore.dat") + " true"},
 		{RESTORE, ZON_HOST_CLOUD_STEP_COMPLETION, "record_list 3 true"},
+		{RESTORE, ZON_HOST_CLOUD_STEP_NONE, "preparation", "korvath_cloud_restore_record_send_preparation_completed_response",
+			"korvath_cloud_restore_record_send_preparation_completed_response failed.(-5)"},
+		{RESTORE, ZON_HOST_CLOUD_STEP_NONE, "sending_restoration_path", "korvath_cloud_restore_record_send_restoration_path",
+			"korvath_cloud_restore_record_send_restoration_path() failed.(-5)"},
+		{RESTORE, ZON_HOST_CLOUD_STEP_NONE, "restoration " + trustedPath("restore.dat"),
+			"korvath_cloud_restore_record_send_record_list", "korvath_cloud_restore_record_send_record_list() failed, errCode = [-5]"},
 	};
 	for (const auto& c : cases) {
-		SCOPED_TRACE(c.step);
+		SCOPED_TRACE(c.function ? c.function : std::to_string(c.step));
 		freshHost();
-		zon_host_cloud_fail_at(c.step);
-		EXPECT_EQ(ZON_HOST_CLOUD_FAILED, runWith(c.kind));
-		Texts trail = events();
-		ASSERT_GE(trail.size(), 3u);
-		EXPECT_EQ(c.lastAnswer, trail[trail.size() - 3]);
-		EXPECT_EQ(0u, trail[trail.size() - 2].find("gave up at "));
-		EXPECT_EQ("completed false", trail.back());
+		if (c.function) {
+			zon_host_fault_inject(c.function, 1, KORVATH_CLOUD_ERROR_IO_ERROR);
+			EXPECT_EQ(ZON_HOST_CLOUD_RUNNING, runWith(RESTORE));
+			EXPECT_EQ(1u, zon_host_log_count_matching(c.message));
+			EXPECT_EQ(c.last, lastEvent());
+			ASSERT_EQ(0, zon_host_cloud_time_out());
+			EXPECT_EQ(ZON_HOST_CLOUD_FAILED, zon_host_cloud_wait(100));
+		} else {
+			zon_host_cloud_fail_at(c.step);
+			EXPECT_EQ(ZON_HOST_CLOUD_FAILED, runWith(c.kind));
+			Texts trail = events();
+			ASSERT_GE(trail.size(), 3u);
+			EXPECT_EQ(c.last, trail[trail.size() - 3]);
+			EXPECT_EQ(0u, trail[trail.size() - 2].find("gave up at "));
+			EXPECT_EQ("completed false", trail.back());
+		}
 		EXPECT_EQ(1, calls);
 		EXPECT_FALSE(result);
 	}

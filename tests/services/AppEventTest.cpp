@@ -10,21 +10,20 @@
 #include "HostFixture.h"
 
 using Events = std::vector<std::string>;
+using Event = AppEventManager::EventType;
 
 namespace {
 
 class NamedListener : public AppEventListener {
 public:
 	NamedListener(Events& log, std::string name) : _log(&log), _name(std::move(name)) {}
-
-	void onEvent(AppEventManager::EventType event) override
+	void onEvent(Event event) override
 	{
 		_log->push_back(_name + std::to_string(event));
 		if (onEventHook)
 			onEventHook(event);
 	}
-
-	std::function<void(AppEventManager::EventType)> onEventHook;
+	std::function<void(Event)> onEventHook;
 
 private:
 	Events* _log;
@@ -36,15 +35,15 @@ private:
 class AppEventHub : public HostFixture {
 protected:
 	AppEventManager* hub = AppEventManager::getInstance();
+	Events log;
 };
 
-TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistration)
+TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistrationAndCopies)
 {
-	Events log;
-	WSignal_ListenerId first = hub->addListener([&](AppEventManager::EventType e) { log.push_back("fn" + std::to_string(e)); });
+	WSignal_ListenerId first = hub->addListener([&](Event e) { log.push_back("fn" + std::to_string(e)); });
 	{
 		NamedListener object(log, "obj");
-		WSignal_ListenerId last = hub->addListener([&](AppEventManager::EventType e) { log.push_back("last" + std::to_string(e)); });
+		WSignal_ListenerId last = hub->addListener([&](Event e) { log.push_back("last" + std::to_string(e)); });
 		hub->propagateEvent(AppEventManager::WEATHER_PACKAGE_STATE_CHANGED);
 		EXPECT_EQ((Events{"fn7", "obj7", "last7"}), log);
 		hub->removeListener(last);
@@ -52,17 +51,26 @@ TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistration)
 	log.clear();
 	hub->propagateEvent(AppEventManager::FONT_CHANGED);
 	EXPECT_EQ((Events{"fn0"}), log);
-
 	hub->removeListener(first);
+	log.clear();
+
+	// A copy has its own registration; an assigned one takes the name and keeps its own.
+	auto original = std::make_unique<NamedListener>(log, "a");
+	NamedListener copy(*original);
+	NamedListener assigned(log, "b");
+	assigned = copy;
+	original.reset();
+	hub->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
+	EXPECT_EQ((Events{"a3", "a3"}), log);
+	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
 }
 
 TEST_F(AppEventHub, ListenersCreatedAndDestroyedByOtherListeners)
 {
-	Events log;
 	NamedListener driver(log, "driver");
 	auto doomed = std::make_unique<NamedListener>(log, "doomed");
 	std::unique_ptr<NamedListener> latecomer;
-	driver.onEventHook = [&](AppEventManager::EventType event) {
+	driver.onEventHook = [&](Event event) {
 		if (event != AppEventManager::APP_PAUSED)
 			return;
 		doomed.reset();
@@ -71,25 +79,10 @@ TEST_F(AppEventHub, ListenersCreatedAndDestroyedByOtherListeners)
 		hub->propagateEvent(AppEventManager::TIME_CHANGED);
 	};
 	auto survivor = std::make_unique<NamedListener>(log, "survivor");
-
 	hub->propagateEvent(AppEventManager::APP_PAUSED);
 	EXPECT_EQ((Events{"driver5", "driver2", "survivor2", "survivor5"}), log);
 	log.clear();
 	hub->propagateEvent(AppEventManager::APP_RESUMED);
 	EXPECT_EQ((Events{"driver6", "survivor6", "late6"}), log);
-	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
-}
-
-TEST_F(AppEventHub, CopiedListenerHasItsOwnRegistration)
-{
-	Events log;
-	auto original = std::make_unique<NamedListener>(log, "a");
-	NamedListener copy(*original);
-	NamedListener assigned(log, "b");
-	assigned = copy;   // takes the name, keeps its own registration
-	original.reset();
-
-	hub->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
-	EXPECT_EQ((Events{"a3", "a3"}), log);
 	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
 }

@@ -26,7 +26,7 @@ protected:
 	}
 };
 
-TEST_F(DeviceQueriesTest, RegionFormatDirectionComparesTwoBytes)
+TEST_F(DeviceQueriesTest, RegionDirectionComparesTwoBytesCountryAndThemeCompareExactly)
 {
 	const struct {
 		std::string region;
@@ -50,10 +50,8 @@ TEST_F(DeviceQueriesTest, RegionFormatDirectionComparesTwoBytes)
 		EXPECT_FALSE(query());
 	}
 	EXPECT_TRUE(zon_host_log_contains("vconf_get_str() failed : region format"));
-}
 
-TEST_F(DeviceQueriesTest, JerusalemOnlyAndDeviceThemeCompareExactly)
-{
+	// The country code and the device theme compare exactly.
 	EXPECT_FALSE(zonUtilCheckShowOnlyJerusalem());
 	EXPECT_TRUE(zon_host_log_contains("vconf_get_str(VCONF_CSC_COUNTRY_ISO) is failed."));
 	const std::pair<const char*, bool> codes[] = {

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <dlog.h>
 #include <korvath_log_manager.h>
 #include <zon-host/zon_host.h>
 
@@ -44,20 +45,6 @@ protected:
 	KorvathLogManager* manager = nullptr;
 };
 
-TEST_F(LogManagerTest, ReportsBeforeInitialiseOrAfterFinaliseAreDropped)
-{
-	manager->insertLog("korvath.zonvista", "ZV01", nullptr, nullptr, false);
-	manager->initialize();
-	manager->finalize();
-	manager->finalize();
-	manager->insertLog("korvath.zonvista", "ZV01", nullptr, nullptr, false);
-	EXPECT_TRUE(readRecords().empty());
-	ASSERT_EQ(2u, zon_host_log_count_matching("logmanager is not created"));
-	const char* tag = nullptr;
-	zon_host_log_line(0, nullptr, &tag);
-	EXPECT_STREQ("zonvista-log-manager", tag);
-}
-
 TEST_F(LogManagerTest, RecordsCarryTheirSurveyAndOnlyTheGivenKeys)
 {
 	manager->initialize();
@@ -75,13 +62,25 @@ TEST_F(LogManagerTest, RecordsCarryTheirSurveyAndOnlyTheGivenKeys)
 		readRecords());
 }
 
-TEST_F(LogManagerTest, ServiceFailuresAreLoggedAndDropped)
+TEST_F(LogManagerTest, ReportsWithoutAWorkingServiceAreLoggedAndDropped)
 {
+	manager->insertLog("korvath.zonvista", "ZV01", nullptr, nullptr, false);
+	manager->initialize();
+	manager->finalize();
+	manager->finalize();
+	manager->insertLog("korvath.zonvista", "ZV01", nullptr, nullptr, false);
+	EXPECT_TRUE(readRecords().empty());
+	ASSERT_EQ(2u, zon_host_log_count_matching("logmanager is not created"));
+	const char* tag = nullptr;
+	int priority = 0;
+	zon_host_log_line(0, &priority, &tag);
+	EXPECT_STREQ("zonvista-log-manager", tag);
+	EXPECT_EQ(DLOG_ERROR, priority);
+
 	zon_host_fault_inject("korvath_log_manager_create", 1, KORVATH_LOG_MANAGER_ERROR_PERMISSION_DENIED);
 	manager->initialize();
 	EXPECT_TRUE(zon_host_log_contains(
 		("create logmanager failed(" + std::to_string(KORVATH_LOG_MANAGER_ERROR_PERMISSION_DENIED) + ")").c_str()));
-
 	// A failed create leaves the manager uninitialised, so initialising again is allowed.
 	manager->initialize();
 	zon_host_fault_inject("korvath_log_manager_insert", 1, KORVATH_LOG_MANAGER_ERROR_IO_ERROR);

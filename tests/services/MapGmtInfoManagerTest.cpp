@@ -43,7 +43,7 @@ protected:
 	ZonMapGmtInfoManager* map = nullptr;
 };
 
-TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesAndImagesAndWrapAround)
+TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsAndWrapAround)
 {
 	ASSERT_EQ(29, map->size());
 	selectBand(20);
@@ -58,6 +58,16 @@ TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesAndImagesAndWrapAround)
 	EXPECT_EQ(0, currentBand());
 	map->decreaseIndex();
 	EXPECT_EQ(28, currentBand());
+
+	// Header ids cover the bands, but not GMT-4:30.
+	for (int i = 0; i < 29; ++i) {
+		selectBand(i);
+		EXPECT_NE("", map->getFormattedGmtOfCityinfo(map->getGmtOfCityinfo())) << "band " << i;
+	}
+	EXPECT_EQ("WDS_ZON_HEADER_GMT_03_C30_ABB", map->getFormattedGmtOfCityinfo("GMT-3:30"));
+	EXPECT_EQ("WDS_ZON_HEADER_GMTPLUS05_C45_ABB", map->getFormattedGmtOfCityinfo("GMT+5:45"));
+	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT-4:30"));
+	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT+14"));
 }
 
 TEST_F(MapGmtInfoManagerTest, ScrollPositionPicksTheNearestLeftEdge)
@@ -103,18 +113,6 @@ TEST_F(MapGmtInfoManagerTest, GmtTextSelectsItsBandOrTheWholeHourNearerToZero)
 	EXPECT_EQ(1u, zon_host_log_count_matching("_gmtIndex : 12"));
 }
 
-TEST_F(MapGmtInfoManagerTest, HeaderIdsCoverTheBandsButNotMinusFourThirty)
-{
-	for (int i = 0; i < 29; ++i) {
-		selectBand(i);
-		EXPECT_NE("", map->getFormattedGmtOfCityinfo(map->getGmtOfCityinfo())) << "band " << i;
-	}
-	EXPECT_EQ("WDS_ZON_HEADER_GMT_03_C30_ABB", map->getFormattedGmtOfCityinfo("GMT-3:30"));
-	EXPECT_EQ("WDS_ZON_HEADER_GMTPLUS05_C45_ABB", map->getFormattedGmtOfCityinfo("GMT+5:45"));
-	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT-4:30"));
-	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT+14"));
-}
-
 // ---- construction, each in a new process ----
 
 class MapDeviceBandTest : public MapGmtInfoManagerTest {
@@ -147,7 +145,7 @@ protected:
 	std::string link;
 };
 
-TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLink)
+TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLinkWithOrWithoutResources)
 {
 	const std::pair<const char*, int> cases[] = {
 		{"Asia/Kathmandu", 549},     // GMT+5:45, a band of its own
@@ -165,10 +163,8 @@ TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLink)
 	}
 	unlink(link.c_str());
 	EXPECT_EXIT(reportStartBand(), ::testing::ExitedWithCode(0), "start=0 ");
-}
 
-TEST_F(MapDeviceBandTest, NoResourceDirectoryStillGivesAMap)
-{
+	// Without a resource directory the map still works, with relative image paths.
 	pointLinkAt("Asia/Kathmandu");
 	EXPECT_EXIT(
 		{
@@ -177,5 +173,6 @@ TEST_F(MapDeviceBandTest, NoResourceDirectoryStillGivesAMap)
 		},
 		::testing::ExitedWithCode(0), "start=549 image=images/zonvista_dot_image/zonvista_dot_gmt_plus_5.75.png;");
 }
+
 
 } // namespace

@@ -1,6 +1,7 @@
 // The companion connection and the watch-update request, seen from the settings the watch reads
 // and the launches that reach the companion's stand-in.
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,6 @@ TEST_F(SyncUtilTest, ConnectedNeedsBluetoothAndTheCompanionManager)
 {
 	EXPECT_FALSE(ZonSyncUtil::isBtConnected());
 	EXPECT_TRUE(zon_host_log_contains("vconf_get_int(VCONFKEY_LNKP_CONNECTIVITY_TYPE FAILED"));
-
 	// Connected, but not over Bluetooth: the manager is not even asked.
 	ASSERT_EQ(VCONF_OK, vconf_set_int(kConnType, 2));
 	zon_host_log_clear();
@@ -31,19 +31,15 @@ TEST_F(SyncUtilTest, ConnectedNeedsBluetoothAndTheCompanionManager)
 	ASSERT_EQ(VCONF_OK, vconf_set_int(kConnType, 3));
 	EXPECT_FALSE(ZonSyncUtil::isBtConnected());
 	EXPECT_TRUE(zon_host_log_contains("vconf_get_int(VCONFKEY_HMX_HMANAGER_CONNECTED FAILED"));
-
-	ASSERT_EQ(0, zon_host_set_companion_connection(true, false));
-	EXPECT_FALSE(ZonSyncUtil::isBtConnected());
-	ASSERT_EQ(0, zon_host_set_companion_connection(true, true));
-	EXPECT_TRUE(ZonSyncUtil::isBtConnected());
-	ASSERT_EQ(0, zon_host_set_companion_connection(false, true));
-	EXPECT_FALSE(ZonSyncUtil::isBtConnected());
+	for (auto [bt, manager, connected] : {std::tuple{true, false, false}, {true, true, true}, {false, true, false}}) {
+		ASSERT_EQ(0, zon_host_set_companion_connection(bt, manager));
+		EXPECT_EQ(connected, ZonSyncUtil::isBtConnected()) << bt << manager;
+	}
 }
 
 TEST_F(SyncUtilTest, WatchUpdateReachesTheCompanionOnlyWhenConnected)
 {
 	ASSERT_EQ(0, zon_host_install_companion());
-
 	ZonSyncUtil::requestWatchUpdate();
 	ASSERT_EQ(0, zon_host_set_companion_connection(true, false));
 	ZonSyncUtil::requestWatchUpdate();
@@ -51,14 +47,12 @@ TEST_F(SyncUtilTest, WatchUpdateReachesTheCompanionOnlyWhenConnected)
 
 	ASSERT_EQ(0, zon_host_set_companion_connection(true, true));
 	ZonSyncUtil::requestWatchUpdate();
-	ASSERT_EQ(1u, zon_host_launch_count());
 	zon_host_launch launch;
-	ASSERT_TRUE(zon_host_launch_get(0, &launch));
+	ASSERT_TRUE(zon_host_launch_count() == 1 && zon_host_launch_get(0, &launch));
 	EXPECT_STREQ(ZON_HOST_COMPANION_APP_ID, launch.app_id);
 	EXPECT_EQ(1u, launch.extra_count);
 	EXPECT_STREQ("watch_change", zon_host_launch_extra(0, "change_request"));
 	EXPECT_FALSE(launch.reply_requested);
-
 	EXPECT_EQ(0, zon_host_companion_change_requests()) << "delivered on the main loop, not inside the call";
 	zon_host_pump(10);
 	EXPECT_EQ(1, zon_host_companion_change_requests());

@@ -47,6 +47,7 @@
 
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <Elementary.h>
@@ -93,10 +94,8 @@ protected:
 	// The fault lines logged since the last call (or since SetUp), and forgets them.
 	static std::vector<std::string> takeToolkitFaults()
 	{
-		std::lock_guard<std::mutex> lock(faultMutex());
-		std::vector<std::string> lines;
-		lines.swap(faultLines());
-		return lines;
+		std::lock_guard<std::mutex> lock(faultMutex_);
+		return std::exchange(faultLines_, {});
 	}
 
 public:
@@ -149,24 +148,23 @@ private:
 	// /dev/null instead. Faults logged meanwhile are still recorded.
 	static int initToolkit()
 	{
-		fflush(stdout);
-		fflush(stderr);
-		int savedOut = dup(STDOUT_FILENO);
-		int savedErr = dup(STDERR_FILENO);
-		int devNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
-		if (savedOut < 0 || savedErr < 0 || devNull < 0) {
-			perror("toolkit fixture: redirecting output");
-			abort();
+		const int fds[] = {STDOUT_FILENO, STDERR_FILENO};
+		int saved[2], devNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
+		for (int i : {0, 1}) {
+			fflush(i ? stderr : stdout);
+			saved[i] = dup(fds[i]);
+			if (saved[i] < 0 || devNull < 0) {
+				perror("toolkit fixture: redirecting output");
+				abort();
+			}
+			dup2(devNull, fds[i]);
 		}
-		dup2(devNull, STDOUT_FILENO);
-		dup2(devNull, STDERR_FILENO);
 		int result = elm_init(0, nullptr);
-		fflush(stdout);
-		fflush(stderr);
-		dup2(savedOut, STDOUT_FILENO);
-		dup2(savedErr, STDERR_FILENO);
-		close(savedOut);
-		close(savedErr);
+		for (int i : {0, 1}) {
+			fflush(i ? stderr : stdout);
+			dup2(saved[i], fds[i]);
+			close(saved[i]);
+		}
 		close(devNull);
 		return result;
 	}
@@ -182,26 +180,16 @@ private:
 			char message[1024];
 			vsnprintf(message, sizeof(message), fmt, copy);
 			va_end(copy);
-			std::lock_guard<std::mutex> lock(faultMutex());
-			faultLines().push_back(std::string(domain && domain->name ? domain->name : "?") + " "
+			std::lock_guard<std::mutex> lock(faultMutex_);
+			faultLines_.push_back(std::string(domain && domain->name ? domain->name : "?") + " "
 				+ (file ? file : "?") + ":" + std::to_string(line) + " " + (fnc ? fnc : "?") + "() "
 				+ message);
 		}
 		eina_log_print_cb_stderr(domain, level, file, fnc, line, fmt, data, args);
 	}
 
-	static std::vector<std::string>& faultLines()
-	{
-		static std::vector<std::string> lines;
-		return lines;
-	}
-
-	static std::mutex& faultMutex()
-	{
-		static std::mutex mutex;
-		return mutex;
-	}
-
+	static inline std::vector<std::string> faultLines_;
+	static inline std::mutex faultMutex_;
 	Evas_Object* window_ = nullptr;
 	bool toolkitUp_ = false;
 };

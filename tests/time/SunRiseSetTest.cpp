@@ -119,14 +119,10 @@ protected:
 	}
 };
 
-TEST_F(SunRiseSet, CitiesAgreeWithNoaaToday)
+TEST_F(SunRiseSet, CitiesAgreeWithNoaaTodayAndInJuly)
 {
 	checkCitiesAgainstNoaa();
-}
-
-TEST_F(SunRiseSet, CitiesAgreeWithNoaaInJuly)
-{
-	ZON_FROZEN_CLOCK(1782907200);   // 2026-07-01 12:00 UTC
+	TestClock::set(1782907200);   // 2026-07-01 12:00 UTC
 	checkCitiesAgainstNoaa();
 
 	// Literal values for Seoul on 2026-07-01: the sun rises about 05:14 and sets about 19:57.
@@ -136,43 +132,50 @@ TEST_F(SunRiseSet, CitiesAgreeWithNoaaInJuly)
 	EXPECT_LE(dialDistance(19 * 60 + 57, minutesOfText(sunset)), kToleranceMinutes) << sunset;
 }
 
-TEST_F(SunRiseSet, WithoutZonePathNothingIsWritten)
+TEST_F(SunRiseSet, PolarDayAndNightAndNoZonePath)
 {
-	std::string sunrise = "rise", sunset = "set";
-	bool isDay = true;
-	ZonTimeUtil::getSunRiseSetTime("GMT+9", 37.5665, 126.9780, sunrise, sunset, &isDay, nullptr);
-	EXPECT_EQ("rise", sunrise);
-	EXPECT_EQ("set", sunset);
-	EXPECT_TRUE(isDay);
-}
-
-TEST_F(SunRiseSet, PolarDayAndNight)
-{
-	ZON_FROZEN_CLOCK(1782043200);   // 2026-06-21 12:00 UTC
+	TestClock::set(1782043200);   // 2026-06-21 12:00 UTC
 	std::string sunrise, sunset;
 	bool isDay = false;
 	// Longyearbyen, 78 degrees north: the sun never sets, rise and set are 24 hours apart, the
 	// same clock time but for rounding ((x + 24) - 24 need not truncate to x's minute).
 	ZonTimeUtil::getSunRiseSetTime("GMT+1", 78.2232, 15.6267, sunrise, sunset, &isDay, "Arctic/Longyearbyen");
 	EXPECT_LE(dialDistance(minutesOfText(sunrise), minutesOfText(sunset)), 1.0) << sunrise << " " << sunset;
+	// Utqiagvik lies far west of its zone's meridian: the clamped rise is solar midnight, about
+	// 02:29 on its summer clock, where an unclamped NaN would read 01:00 (hour 0, plus daylight).
+	ZonTimeUtil::getSunRiseSetTime("GMT-9", 71.2906, -156.7886, sunrise, sunset, &isDay, "America/Anchorage");
+	EXPECT_LE(dialDistance(2 * 60 + 29, minutesOfText(sunrise)), kToleranceMinutes) << sunrise;
 	// South of the polar circle there is no lower clamp: the hour angle is NaN, which the watch
 	// turns into hour 0.
 	ZonTimeUtil::getSunRiseSetTime("GMT+12", -77.8419, 166.6863, sunrise, sunset, &isDay, "Antarctica/McMurdo");
 	EXPECT_EQ("00:00", sunrise);
 	EXPECT_EQ("00:00", sunset);
+
+	// Without a zone path nothing is written.
+	isDay = true;
+	ZonTimeUtil::getSunRiseSetTime("GMT+9", 37.5665, 126.9780, sunrise, sunset, &isDay, nullptr);
+	EXPECT_TRUE(sunrise == "00:00" && sunset == "00:00" && isDay);
 }
 
 TEST_F(SunRiseSet, RiseBeforeMidnightAndSetAfterIt)
 {
 	// Far east on a zero offset the rise comes out negative and is left so (the clock wraps to
-	// the evening before); far west the set passes 24 and is brought back once.
+	// the evening before); far west the set passes 24 and is brought back once. The day flag
+	// shows which day each lands on: at 06:00 the east's rise was last evening, so it is day; at
+	// 18:00 the west's set was this morning, so it is night although the sun rose at 17:00.
 	std::string sunrise, sunset;
+	bool isDay = false;
+	TestClock::set(1773986400);   // 2026-03-20 06:00 UTC
 	NoaaSun east = noaaSunToday(0.0, 170.0);
-	NoaaSun west = noaaSunToday(0.0, -170.0);
-	ASSERT_TRUE(east.rise < 0 && west.set > 1440);
-	ZonTimeUtil::getSunRiseSetTime("GMT+0", 0.0, 170.0, sunrise, sunset, nullptr, "UTC");
+	ASSERT_LT(east.rise, 0);
+	ZonTimeUtil::getSunRiseSetTime("GMT+0", 0.0, 170.0, sunrise, sunset, &isDay, "UTC");
 	EXPECT_LE(dialDistance(wrap(east.rise), minutesOfText(sunrise)), kToleranceMinutes) << sunrise;
-	ZonTimeUtil::getSunRiseSetTime("GMT+0", 0.0, -170.0, sunrise, sunset, nullptr, "UTC");
+	EXPECT_TRUE(isDay);
+	TestClock::set(1774029600);   // 18:00 UTC
+	NoaaSun west = noaaSunToday(0.0, -170.0);
+	ASSERT_GT(west.set, 1440);
+	ZonTimeUtil::getSunRiseSetTime("GMT+0", 0.0, -170.0, sunrise, sunset, &isDay, "UTC");
 	EXPECT_LE(dialDistance(wrap(west.set), minutesOfText(sunset)), kToleranceMinutes) << sunset;
+	EXPECT_FALSE(isDay);
 	EXPECT_EQ(nullptr, getenv("TZ"));
 }

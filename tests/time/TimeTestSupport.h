@@ -7,10 +7,7 @@
  *   clock texts from ICU's C++ formatter.
  * - The device's own zone is the process's local zone (zon-host keeps its link there while TZ is
  *   unset), so expectations are built relative to whatever it is.
- * - ZON_FROZEN_CLOCK(epoch): reruns the current test in a child process whose clock starts at
- *   that instant (libfaketime); the test is skipped when libfaketime is not installed.
- *   ZON_FROZEN_CLOCK(epoch, mode): the child's clock stands still there, or (ClockMode::Movable)
- *   stands still until the test moves it with setMovableClock().
+ * - A test that needs another day sets the wall clock with TestClock; TearDown releases it.
  */
 #ifndef ZON_TESTS_TIME_SUPPORT_H
 #define ZON_TESTS_TIME_SUPPORT_H
@@ -20,9 +17,7 @@
 #include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <sys/wait.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <memory>
 #include <string>
@@ -37,6 +32,7 @@
 #include <vconf.h>
 
 #include "HostFixture.h"
+#include "TestClock.h"
 #include "ZoneClock.h"
 #include "ZonTimeUtil.h"
 #include "ZonTimeUtilTestPeer.h"
@@ -52,11 +48,10 @@ inline struct tm clockIn(const char* zone, time_t t)
 {
 	if (zone)
 		return zoneClock(zone, t);
-	unsetenv("TZ");
+	unsetenv("TZ");   // the device's zone is the local one while TZ is unset
 	tzset();
 	struct tm local;
-	localtime_r(&t, &local);
-	return local;
+	return *localtime_r(&t, &local);
 }
 
 inline long zoneOffsetSeconds(const char* zone, time_t t)
@@ -124,124 +119,7 @@ inline std::string icuFormat(const char* locale, const char* skeleton, const cha
 	return icuFormatPattern(locale, icuBestPattern(locale, skeleton), zone, when);
 }
 
-// Runs `produce` between two readings of the clock and tells whether its text is the expected
-// text at one of them; retried once if a minute boundary separated them.
-template <typename Expected, typename Produce>
-::testing::AssertionResult matchesNow(Expected expectedAt, Produce produce)
-{
-	std::string got, before;
-	for (int attempt = 0; attempt < 2; ++attempt) {
-		UDate start = ucal_getNow();
-		got = produce();
-		before = expectedAt(start);
-		std::string after = expectedAt(ucal_getNow());
-		if (got == before || got == after)
-			return ::testing::AssertionSuccess();
-		if (before == after)
-			break;
-	}
-	return ::testing::AssertionFailure() << "got \"" << got << "\", expected \"" << before << "\"";
 }
-
-template <typename Produce>
-::testing::AssertionResult matchesIcuNow(const char* locale, const char* skeleton, const char* zone, Produce produce)
-{
-	return matchesNow([&](UDate when) { return icuFormat(locale, skeleton, zone, when); }, produce)
-		<< " (" << locale << ", " << skeleton << ", " << zone << ")";
-}
-
-enum class FrozenRun { InChild, ChildRan, Unavailable };
-
-// The clock of a child started with a movable clock is read from this file on every call.
-inline const char* movableClockFile() { return getenv("FAKETIME_TIMESTAMP_FILE"); }
-
-// In such a child: the clock stands still at `epoch` from now on.
-inline bool setMovableClock(time_t epoch)
-{
-	FILE* file = movableClockFile() ? fopen(movableClockFile(), "w") : nullptr;
-	if (!file)
-		return false;
-	fprintf(file, "%lld\n", static_cast<long long>(epoch));
-	return fclose(file) == 0;
-}
-
-// How the child's clock goes on from the instant it starts at.
-enum class ClockMode {
-	Ticking,
-	StandingStill,
-	Movable,   // standing still until setMovableClock() moves it (slower: read on every call)
-};
-
-// In the child the test body goes on with the clock started at `epoch`; in the parent the child
-// has already run the same test, and its exit status has been checked.
-inline FrozenRun runFrozen(time_t epoch, ClockMode mode = ClockMode::Ticking)
-{
-	bool movable = mode == ClockMode::Movable;
-	if (getenv("ZON_FROZEN_CHILD"))
-		return FrozenRun::InChild;
-	const char* library = nullptr;
-	for (const char* path : {"/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1",
-			 "/usr/lib/aarch64-linux-gnu/faketime/libfaketime.so.1", "/usr/lib/faketime/libfaketime.so.1"}) {
-		if (!library && access(path, R_OK) == 0)
-			library = path;
-	}
-	if (!library)
-		return FrozenRun::Unavailable;
-
-	const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
-	std::string filter = std::string("--gtest_filter=") + info->test_suite_name() + "." + info->name();
-	char clockFile[] = "/tmp/zon-clock-XXXXXX";
-	if (movable) {
-		int fd = mkstemp(clockFile);
-		if (fd < 0)
-			return FrozenRun::Unavailable;
-		close(fd);
-	}
-	fflush(stdout);
-	fflush(stderr);
-	pid_t pid = fork();
-	if (pid == 0) {
-		const char* preload = getenv("LD_PRELOAD");
-		const char* asan = getenv("ASAN_OPTIONS");
-		setenv("LD_PRELOAD", (std::string(library) + (preload ? std::string(":") + preload : "")).c_str(), 1);
-		// ASan wants to be the first preloaded library; here libfaketime is.
-		setenv("ASAN_OPTIONS", ((asan ? std::string(asan) + ":" : "") + "verify_asan_link_order=0").c_str(), 1);
-		setenv("ZON_FROZEN_CHILD", "1", 1);
-		setenv("FAKETIME_FMT", "%s", 1);
-		if (movable) {
-			setenv("FAKETIME_TIMESTAMP_FILE", clockFile, 1);
-			setenv("FAKETIME_NO_CACHE", "1", 1);
-			unsetenv("FAKETIME");
-			if (!setMovableClock(epoch))
-				_exit(126);
-		} else {
-			// Without the "@" libfaketime stops its clock there.
-			std::string start = std::to_string(static_cast<long long>(epoch));
-			setenv("FAKETIME", (mode == ClockMode::Ticking ? "@" + start : start).c_str(), 1);
-		}
-		setenv("DONT_FAKE_MONOTONIC", "1", 1);
-		execl("/proc/self/exe", "/proc/self/exe", filter.c_str(), static_cast<char*>(nullptr));
-		_exit(127);
-	}
-	int status = 0;
-	EXPECT_EQ(pid, waitpid(pid, &status, 0));
-	EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
-		<< "the test failed under the frozen clock @" << epoch << " (status " << status << ")";
-	if (movable)
-		unlink(clockFile);
-	return FrozenRun::ChildRan;
-}
-
-}
-
-#define ZON_FROZEN_CLOCK(...) \
-	do { \
-		zontest::FrozenRun run_ = zontest::runFrozen(__VA_ARGS__); \
-		if (run_ == zontest::FrozenRun::Unavailable) \
-			GTEST_SKIP() << "libfaketime is not installed (Debian package faketime)"; \
-		if (run_ == zontest::FrozenRun::ChildRan) \
-			return; \
-	} while (0)
 
 class TimeFixture : public HostFixture {
 protected:
@@ -256,6 +134,12 @@ protected:
 		setRegionFormat("en_US.UTF-8");
 		setDisplayLanguage("en_US.UTF-8");
 		set24Hour(false);
+	}
+
+	void TearDown() override
+	{
+		TestClock::release();
+		HostFixture::TearDown();
 	}
 
 	// The catalogue language of dgettext().

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -21,7 +22,7 @@ using namespace zontest;
 
 namespace {
 
-const char* const kLocales[] = {"en_US", "ko_KR", "ar_AE", "fa_IR", "de_DE", "zh_CN", "ja_JP", "hi_IN"};
+const std::vector<const char*> kLocales = {"en_US", "ko_KR", "ar_AE", "fa_IR", "de_DE", "zh_CN", "ja_JP", "hi_IN"};
 
 const time_t kNorthernSummer = 1784116800;    // 2026-07-15 12:00 UTC
 const time_t kNorthernWinter = 1768478400;    // 2026-01-15 12:00 UTC
@@ -180,38 +181,29 @@ protected:
 		EXPECT_LE(counts.calendars, ZonIcuCache::kMaxCalendars);
 	}
 
-	std::vector<const char*> allLocales() const { return std::vector<const char*>(std::begin(kLocales), std::end(kLocales)); }
-
 	long _compared = 0;
 	long _differences = 0;
 };
 
-// One instant per test, so that ctest runs them side by side.
-TEST_F(TimeTextCache, CatalogueInNorthernSummer)
+// One instant per test, so that ctest runs them side by side: summer and winter in the north,
+// and half an hour before Europe moves its clocks.
+class TimeTextCacheAt : public TimeTextCache, public ::testing::WithParamInterface<time_t> {};
+
+TEST_P(TimeTextCacheAt, Catalogue)
 {
-	ZON_FROZEN_CLOCK(kNorthernSummer, ClockMode::StandingStill);
-	compareCatalogue(allLocales());
+	TestClock::set(GetParam());
+	compareCatalogue(kLocales);
 }
 
-TEST_F(TimeTextCache, CatalogueInNorthernWinter)
-{
-	ZON_FROZEN_CLOCK(kNorthernWinter, ClockMode::StandingStill);
-	compareCatalogue(allLocales());
-}
-
-TEST_F(TimeTextCache, CatalogueHalfAnHourBeforeADaylightSavingChange)
-{
-	ZON_FROZEN_CLOCK(kBeforeEuropeChange, ClockMode::StandingStill);
-	compareCatalogue(allLocales());
-}
+INSTANTIATE_TEST_SUITE_P(Instants, TimeTextCacheAt, ::testing::Values(kNorthernSummer, kNorthernWinter, kBeforeEuropeChange));
 
 // Formatters and calendars made before Europe moves its clocks must give the summer texts after.
 TEST_F(TimeTextCache, KeptObjectsFollowTheClockAcrossTheChange)
 {
-	ZON_FROZEN_CLOCK(kBeforeEuropeChange, ClockMode::Movable);
+	TestClock::set(kBeforeEuropeChange);
 	// Every third catalogue city keeps this one cheap; Europe's zones are spread through it.
 	compareCatalogue({"de_DE"}, kZoneStride * 3);
-	ASSERT_TRUE(setMovableClock(kAfterEuropeChange));
+	TestClock::set(kAfterEuropeChange);
 	compareCatalogue({"de_DE"}, kZoneStride * 3);
 	EXPECT_TRUE(ZonTimeUtil::isDstOn("Europe/Berlin"));
 }
@@ -235,20 +227,9 @@ TEST_F(TimeTextCache, UnknownLocaleFollowsTheDefaultLocale)
 
 namespace {
 
-struct LogLine {
-	int priority;
-	std::string tag;
-	std::string message;   // after "file: function(line) > ", which names the reference's own source
-	bool operator==(const LogLine& other) const
-	{
-		return priority == other.priority && tag == other.tag && message == other.message;
-	}
-};
-
-std::ostream& operator<<(std::ostream& out, const LogLine& line)
-{
-	return out << line.priority << " " << line.tag << " " << line.message;
-}
+// Priority, tag, and the message after "file: function(line) > ", which names the reference's
+// own source.
+using LogLine = std::tuple<int, std::string, std::string>;
 
 template <typename Util>
 std::vector<LogLine> refreshLog()
@@ -272,7 +253,7 @@ std::vector<LogLine> refreshLog()
 		const char* tag = nullptr;
 		std::string message = zon_host_log_line(i, &priority, &tag);
 		size_t body = message.find(" > ");
-		lines.push_back({priority, tag ? tag : "", body == std::string::npos ? message : message.substr(body + 3)});
+		lines.emplace_back(priority, tag ? tag : "", body == std::string::npos ? message : message.substr(body + 3));
 	}
 	return lines;
 }

@@ -52,6 +52,11 @@ protected:
 		EXPECT_TRUE(navi_->push(view, name.c_str()));
 		return view;
 	}
+	void expectTopAndBottom(WViewController* top, WViewController* bottom)
+	{
+		EXPECT_EQ(top, navi_->getTopView());
+		EXPECT_EQ(bottom, navi_->getBottomView());
+	}
 
 	WNaviframeControllerEx* navi_ = nullptr;
 	Trace trace_;
@@ -59,14 +64,11 @@ protected:
 
 TEST_F(NaviframeTest, TopAndBottomViewsAndDeletingTheTop)
 {
-	EXPECT_EQ(nullptr, navi_->getTopView());
-	EXPECT_EQ(nullptr, navi_->getBottomView());
+	expectTopAndBottom(nullptr, nullptr);
 	PageView* first = push("first");
-	EXPECT_EQ(first, navi_->getTopView());
-	EXPECT_EQ(first, navi_->getBottomView());
+	expectTopAndBottom(first, first);
 	PageView* second = push("second");
-	EXPECT_EQ(second, navi_->getTopView());
-	EXPECT_EQ(first, navi_->getBottomView());
+	expectTopAndBottom(second, first);
 	EXPECT_EQ(second, WViewController::getInstanceFromEvasObj(second->getEvasObject()));
 
 	DeletionWatch secondObject(second->getEvasObject());
@@ -81,7 +83,7 @@ TEST_F(NaviframeTest, TopAndBottomViewsAndDeletingTheTop)
 	EXPECT_EQ((Trace{"destroy second", "destroy first"}), trace_);
 }
 
-TEST_F(NaviframeTest, BackKeyPopsDownToTheLastPage)
+TEST_F(NaviframeTest, BackKeyPopsDownToTheLastPageUnlessAViewRefuses)
 {
 	push("first");
 	push("second");
@@ -96,16 +98,11 @@ TEST_F(NaviframeTest, BackKeyPopsDownToTheLastPage)
 	EXPECT_EQ((Trace{"pop second", "top first"}), trace_);
 	ASSERT_TRUE(pumpUntil([&] { return navi_->getViewCount() == 1 && trace_.size() == 3; }));
 	EXPECT_EQ("destroy second", trace_.back());
-
 	// The last page asks the application instead.
 	zon_host_back_key();
 	EXPECT_EQ(1, lastPops);
 	EXPECT_EQ(1, navi_->getViewCount());
-}
 
-TEST_F(NaviframeTest, AViewMayRefuseToBePopped)
-{
-	push("first");
 	push("editor", true);
 	pump(0.6);
 	navi_->pop();

@@ -138,15 +138,17 @@ protected:
 	}
 };
 
-TEST_F(Screenshot, Toasts)
+TEST_F(Screenshot, ToastsAndNotices)
 {
 	Evas_Object* toast = (new ToastPopup())->create(window(), "Weather updated.", false, false);
 	expectLooksLike(grab(), "toast");
 	evas_object_smart_callback_call(toast, "timeout", nullptr);
 	pumpUntil([&] { return popups().empty(); });
-
 	ZonPopup::showCityAddedPopup(window());
 	expectLooksLike(grab(), "toast-check");
+	evas_object_del(onlyPopup());
+	ZonPopup::noResultPopup(window());
+	expectLooksLike(grab(), "no-result");
 }
 
 TEST_F(Screenshot, InstallPrompt)
@@ -154,10 +156,4 @@ TEST_F(Screenshot, InstallPrompt)
 	ZonWeatherInstallationPopup prompt;
 	prompt.create(window());
 	expectLooksLike(grab(), "install-prompt");
-}
-
-TEST_F(Screenshot, NoResultNotice)
-{
-	ZonPopup::noResultPopup(window());
-	expectLooksLike(grab(), "no-result");
 }

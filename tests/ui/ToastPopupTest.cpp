@@ -27,16 +27,25 @@ private:
 	Trace& trace_;
 };
 
+void tap(Evas_Object* p) { evas_object_smart_callback_call(p, "block,clicked", nullptr); }
+void timeOut(Evas_Object* p) { evas_object_smart_callback_call(p, "timeout", nullptr); }
+
 }
 
 class ToastPopupTest : public UiFixture {
 protected:
 	// Runs until the toast has deleted itself, then checks the whole trace.
-	void expectEnds(const Trace& trace, const Trace& expected = {"hide", "dismissed", "deleted"}, double seconds = 2.0)
+	void expectEnds(const Trace& expected = {"hide", "dismissed", "deleted"})
 	{
-		EXPECT_TRUE(pumpUntil([&] { return !trace.empty() && trace.back() == "deleted"; }, seconds));
+		EXPECT_TRUE(pumpUntil([&] { return !trace.empty() && trace.back() == "deleted"; }));
 		EXPECT_EQ(expected, trace);
 	}
+	Evas_Object* create(const char* text, bool isCheck = false, bool isSmall = false)
+	{
+		trace.clear();
+		return (new TrackedToast(trace))->create(window(), text, isCheck, isSmall);
+	}
+	Trace trace;
 };
 
 TEST_F(ToastPopupTest, CheckStyleWinsOverSmallAndEachEndsByItselfAfterTwoSeconds)
@@ -61,23 +70,17 @@ TEST_F(ToastPopupTest, CheckStyleWinsOverSmallAndEachEndsByItselfAfterTwoSeconds
 TEST_F(ToastPopupTest, TapBackKeyOrTimeOutHidesAndTheToastDeletesItselfOnce)
 {
 	const std::vector<std::function<void(Evas_Object*)>> triggers = {
-		[](Evas_Object* p) { evas_object_smart_callback_call(p, "block,clicked", nullptr); },
-		[](Evas_Object* p) { EXPECT_EQ(p, zon_host_back_key()); },
-		[](Evas_Object* p) { evas_object_smart_callback_call(p, "timeout", nullptr); },
-	};
+		tap, [](Evas_Object* p) { EXPECT_EQ(p, zon_host_back_key()); }, timeOut};
 	for (size_t i = 0; i < triggers.size(); ++i) {
-		Trace trace;
-		Evas_Object* popup = (new TrackedToast(trace))->create(window(), "Deleted.", true, false);
+		Evas_Object* popup = create("Deleted.", true);
 		DeletionWatch widget(popup);
 		triggers[i](popup);
-		EXPECT_EQ(Trace{"hide"}, trace) << "trigger " << i;
 		// Hiding takes the key and the other triggers away: nothing hides it a second time.
 		EXPECT_EQ(nullptr, zon_host_back_key());
-		evas_object_smart_callback_call(popup, "block,clicked", nullptr);
-		evas_object_smart_callback_call(popup, "timeout", nullptr);
-		EXPECT_EQ(Trace{"hide"}, trace);
-
-		expectEnds(trace);
+		tap(popup);
+		timeOut(popup);
+		EXPECT_EQ(Trace{"hide"}, trace) << "trigger " << i;
+		expectEnds();
 		EXPECT_TRUE(widget.gone());
 	}
 }
@@ -86,54 +89,38 @@ TEST_F(ToastPopupTest, ScreenReaderReadsTheTextAndItsEndClosesTheToast)
 {
 	setScreenReader(true);
 	for (bool cancelled : {false, true}) {
-		Trace trace;
-		Evas_Object* popup = (new TrackedToast(trace))->create(window(), "City changed.", false, false);
+		Evas_Object* popup = create("City changed.");
 		EXPECT_DOUBLE_EQ(10.0, elm_popup_timeout_get(popup));
 		Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
-		ASSERT_NE(nullptr, textAccess);
 		// The name follows the text as it is now.
 		elm_object_part_text_set(popup, "elm.text", "City changed again.");
 		EXPECT_EQ("City changed again.", readerText(textAccess));
-
 		ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, cancelled));
 		EXPECT_EQ(Trace{"hide"}, trace);
-		expectEnds(trace);
+		expectEnds();
 	}
-}
 
-TEST_F(ToastPopupTest, HighlightedByHandItOutlastsTheReading)
-{
-	setScreenReader(true);
-	Trace trace;
-	Evas_Object* popup = (new TrackedToast(trace))->create(window(), "Select items.", false, true);
-	Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
-	ASSERT_EQ(0, zon_host_screen_reader_highlight(textAccess));
+	// Highlighted by hand, it outlasts the reading.
+	Evas_Object* popup = create("Select items.", false, true);
+	ASSERT_EQ(0, zon_host_screen_reader_highlight(elm_object_part_access_object_get(popup, "elm.text")));
 	EXPECT_TRUE(zon_host_log_contains("set highlighted"));
-
 	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
 	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, true));
 	pump(0.3);
-	EXPECT_TRUE(trace.empty());
-	EXPECT_TRUE(evas_object_visible_get(popup));
+	EXPECT_TRUE(trace.empty() && evas_object_visible_get(popup));
+	timeOut(popup);
+	expectEnds();
 
-	evas_object_smart_callback_call(popup, "timeout", nullptr);
-	expectEnds(trace);
-}
-
-TEST_F(ToastPopupTest, ReadingEndAfterATapHidesAgainButDeletesOnce)
-{
-	setScreenReader(true);
-	Trace trace;
-	Evas_Object* popup = (new TrackedToast(trace))->create(window(), "Deleted.", true, false);
-	evas_object_smart_callback_call(popup, "block,clicked", nullptr);
-	// The tap leaves the reader's handlers in place: the reading end starts hiding once more.
+	// A tap leaves the reader's handlers in place: the reading end hides once more, and the
+	// toast is still deleted once.
+	popup = create("Deleted.", true);
+	tap(popup);
 	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
-	expectEnds(trace, {"hide", "hide", "dismissed", "deleted"});
+	expectEnds({"hide", "hide", "dismissed", "deleted"});
 }
 
-TEST_F(ToastPopupTest, UpdatingNoticeStaysWithABusyIndicator)
+TEST_F(ToastPopupTest, UpdatingNoticeStaysWithABusyIndicatorUntilDismissed)
 {
-	Trace trace;
 	auto* toast = new TrackedToast(trace);
 	Evas_Object* popup = toast->createShowWeatherUpdatingPopup(window());
 	ASSERT_NE(nullptr, popup);
@@ -142,22 +129,17 @@ TEST_F(ToastPopupTest, UpdatingNoticeStaysWithABusyIndicator)
 	Evas_Object* busy = elm_object_part_content_get(popup, "toast,icon");
 	ASSERT_NE(nullptr, busy);
 	EXPECT_TRUE(elm_progressbar_pulse_get(busy));
-
 	// Upstream never reports the end of the show animation; the device's toolkit does.
 	evas_object_smart_callback_call(popup, "show,finished", nullptr);
-	EXPECT_EQ(Trace{"shown"}, trace);
-
 	DeletionWatch widget(popup);
 	toast->weatherUpdatingPopupDismissed();
 	EXPECT_EQ((Trace{"shown", "deleted"}), trace);
 	EXPECT_TRUE(widget.gone());
-}
 
-TEST_F(ToastPopupTest, UpdatingNoticeForTheScreenReaderInAnotherLanguageClosedByTheBackKey)
-{
+	// For the screen reader, in another language, closed by the back key.
 	setScreenReader(true);
-	Trace trace;
-	Evas_Object* popup = (new TrackedToast(trace))->createShowWeatherUpdatingPopup(window());
+	trace.clear();
+	popup = (new TrackedToast(trace))->createShowWeatherUpdatingPopup(window());
 	EXPECT_EQ(ELM_ACCESSIBLE_READING_INFO_TYPE_DESCRIPTION, elm_atspi_accessible_reading_info_type_get(popup));
 	EXPECT_EQ("Updating...", readerText(popup));
 	Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
@@ -166,10 +148,9 @@ TEST_F(ToastPopupTest, UpdatingNoticeForTheScreenReaderInAnotherLanguageClosedBy
 	elm_object_part_text_set(popup, "elm.text", "Rain &amp; wind<br>soon");
 	EXPECT_EQ("Rain & wind\nsoon", readerText(popup));
 	EXPECT_EQ("Rain & wind\nsoon", readerText(textAccess));
-
 	changeLanguage("xx");
 	EXPECT_EQ("updating", text(popup));
 	EXPECT_EQ(popup, zon_host_back_key());
 	// Its back key only dismisses: no hide callback.
-	expectEnds(trace, {"dismissed", "deleted"});
+	expectEnds({"dismissed", "deleted"});
 }

@@ -15,9 +15,9 @@
 
 #include <libintl.h>
 #include <locale.h>
-#include <stdlib.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -41,16 +41,16 @@ protected:
 		ASSERT_EQ(0, zon_host_toolkit_init());
 		// In the plain "C" locale glibc ignores LANGUAGE; C.UTF-8 honours it.
 		ASSERT_NE(nullptr, setlocale(LC_ALL, "C.UTF-8"));
-		ASSERT_NE(nullptr, bindtextdomain("zonvista", ZON_LOCALE_DIR));
-		bind_textdomain_codeset("zonvista", "UTF-8");
 		std::string appLocale = rootPath("locale");
 		for (std::string language : {"en", "xx"}) {
 			std::string dir = appLocale + "/" + language + "/LC_MESSAGES";
 			g_mkdir_with_parents(dir.c_str(), 0755);
 			copyFile(std::string(ZON_LOCALE_DIR) + "/" + language + "/LC_MESSAGES/zonvista.mo", dir + "/korvath.zonvista.mo");
 		}
-		ASSERT_NE(nullptr, bindtextdomain("korvath.zonvista", appLocale.c_str()));
-		bind_textdomain_codeset("korvath.zonvista", "UTF-8");
+		for (auto [domain, dir] : {std::pair<const char*, std::string>{"zonvista", ZON_LOCALE_DIR}, {"korvath.zonvista", appLocale}}) {
+			ASSERT_NE(nullptr, bindtextdomain(domain, dir.c_str()));
+			bind_textdomain_codeset(domain, "UTF-8");
+		}
 		setLanguage("en");
 		setScreenReader(false);
 	}
@@ -83,10 +83,9 @@ protected:
 	std::vector<Evas_Object*> popups() const
 	{
 		std::vector<Evas_Object*> found;
-		for (Evas_Object* o = evas_object_bottom_get(evas()); o; o = evas_object_above_get(o)) {
+		for (Evas_Object* o = evas_object_bottom_get(evas()); o; o = evas_object_above_get(o))
 			if (strcmp(evas_object_type_get(o), "elm_popup") == 0)
 				found.push_back(o);
-		}
 		return found;
 	}
 	Evas_Object* onlyPopup() const
@@ -104,16 +103,12 @@ protected:
 	// What the screen reader would say; "" for nothing.
 	static std::string readerText(Evas_Object* obj)
 	{
-		char* t = zon_host_screen_reader_text(obj);
-		std::string result = t ? t : "";
-		free(t);
-		return result;
+		std::unique_ptr<char, void (*)(void*)> t(zon_host_screen_reader_text(obj), free);
+		return t ? t.get() : "";
 	}
-
 	static std::string tr(const char* id) { return dgettext("zonvista", id); }
 
 	std::string resourceDir() const { return rootPath("apps/" ZON_HOST_DEFAULT_APP_ID "/res/"); }
-
 	static void copyFile(const std::string& from, const std::string& to)
 	{
 		gchar* bytes = nullptr;
@@ -128,6 +123,14 @@ protected:
 		g_mkdir_with_parents((resourceDir() + "images").c_str(), 0755);
 		copyFile(std::string(ZON_SOURCE_DIR) + "/tools/gallery/images/" + name, resourceDir() + "images/" + name);
 	}
+	// The file an image widget shows; "" for none.
+	static std::string imageFile(Evas_Object* image)
+	{
+		const char* file = nullptr;
+		if (image)
+			elm_image_file_get(image, &file, nullptr);
+		return file ? file : "";
+	}
 };
 
 // Tells whether an object has been deleted.
@@ -140,7 +143,6 @@ public:
 			evas_object_event_callback_del_full(obj_, EVAS_CALLBACK_DEL, onDel, this);
 	}
 	DeletionWatch(const DeletionWatch&) = delete;
-	DeletionWatch& operator=(const DeletionWatch&) = delete;
 	bool gone() const { return gone_; }
 
 private:

@@ -12,7 +12,7 @@ using app_trellis::WTimerWeakPtr;
 
 class WTimerTest : public UiFixture {};
 
-TEST_F(WTimerTest, RepeatsUntilTheHandlerReturnsFalse)
+TEST_F(WTimerTest, RepeatsUntilTheHandlerReturnsFalseAndRefusesBadTimers)
 {
 	int calls = 0, data = 7, seen = 0;
 	WTimerWeakPtr timer = WTimer::addTimer(0.02, [&](void* d) {
@@ -26,10 +26,14 @@ TEST_F(WTimerTest, RepeatsUntilTheHandlerReturnsFalse)
 	pump(0.1);
 	EXPECT_EQ(3, calls);
 	EXPECT_EQ(7, seen);
+
+	EXPECT_TRUE(WTimer::addTimer(-1.0, [](void*) { return false; }).expired());
+	EXPECT_TRUE(WTimer::addTimer(1.0, WTimer::Handler()).expired());
 	EXPECT_EQ(0u, WTimer::getCount());
+	EXPECT_EQ(2u, zon_host_log_count_matching("invalid timer"));
 }
 
-TEST_F(WTimerTest, DestroyedTimerNeverRunsAndReleasesItsHandler)
+TEST_F(WTimerTest, DestroyedFromOutsideOrByItsOwnHandler)
 {
 	auto captured = std::make_shared<int>(0);
 	std::weak_ptr<int> watch = captured;
@@ -38,18 +42,13 @@ TEST_F(WTimerTest, DestroyedTimerNeverRunsAndReleasesItsHandler)
 	captured.reset();
 	WTimerWeakPtr other = timer;
 	WTimer::destroy(timer);
-	EXPECT_TRUE(other.expired());
-	EXPECT_TRUE(watch.expired());
-	pump(0.1);
-	EXPECT_FALSE(ran);
+	// It releases its handler at once and never runs.
+	EXPECT_TRUE(other.expired() && watch.expired());
 	// Destroying again, or an empty pointer, is harmless.
 	WTimer::destroy(other);
 	WTimerWeakPtr empty;
 	WTimer::destroy(empty);
-}
 
-TEST_F(WTimerTest, HandlerMayDestroyItsOwnTimer)
-{
 	int calls = 0;
 	auto self = std::make_shared<WTimerWeakPtr>();
 	*self = WTimer::addTimer(0.01, [self, &calls](void*) {
@@ -61,6 +60,7 @@ TEST_F(WTimerTest, HandlerMayDestroyItsOwnTimer)
 	ASSERT_TRUE(pumpUntil([&] { return self->expired(); }));
 	pump(0.05);
 	EXPECT_EQ(1, calls);
+	EXPECT_FALSE(ran);
 }
 
 TEST_F(WTimerTest, FireRunsTheHandlerNowAndRestartsTheInterval)
@@ -77,12 +77,4 @@ TEST_F(WTimerTest, FireRunsTheHandlerNowAndRestartsTheInterval)
 	EXPECT_FALSE(timer.lock()->fire());
 	EXPECT_EQ(2, calls);
 	EXPECT_TRUE(timer.expired());
-}
-
-TEST_F(WTimerTest, RefusedTimers)
-{
-	EXPECT_TRUE(WTimer::addTimer(-1.0, [](void*) { return false; }).expired());
-	EXPECT_TRUE(WTimer::addTimer(1.0, WTimer::Handler()).expired());
-	EXPECT_EQ(0u, WTimer::getCount());
-	EXPECT_EQ(2u, zon_host_log_count_matching("invalid timer"));
 }

@@ -19,90 +19,73 @@ struct Notice {
 	double readerTimeout;
 };
 
-const std::vector<Notice>& notices()
-{
-	static const std::vector<Notice> all = {
-		{ZonPopup::showCityAddedPopup, "IDS_ZON_POP_CITY_ADDED", "toast/circle/check", false, 5.0},
-		{ZonPopup::showAlreadyExistPopup, "WDS_ZON_TPOP_CITY_ALREADY_ADDED_ABB", "toast/circle/check", true, 8.0},
-		{ZonPopup::showCityDeletedPopup, "WDS_ZON_TPOP_DELETED", "toast/circle/check", false, 5.0},
-		{ZonPopup::showUpdateSuccessPopup, "WDS_ZON_TPOP_WEATHER_UPDATED_ABB", "toast/circle", false, 7.0},
-		{ZonPopup::showUpdateFailedPopup, "WDS_ZON_TPOP_COULDNT_UPDATE_WEATHER_ABB", "toast/circle", false, 7.0},
-		{ZonPopup::showCityChangedPopup, "WDS_ZON_TPOP_CITY_CHANGED_ABB", "toast/circle/check", true, 10.0},
-		{ZonPopup::showSelectItemPopup, "WDS_TPLATFORM_TPOP_SELECT_ITEMS", "toast/small/circle", true, 5.0},
-		{[](Evas_Object* parent) { ZonPopup::noResultPopup(parent); }, "WDS_ZON_TPOP_NO_CITIES_FOUND_ABB", "toast/circle", true, 10.0},
-	};
-	return all;
-}
+const Notice kNotices[] = {
+	{ZonPopup::showCityAddedPopup, "IDS_ZON_POP_CITY_ADDED", "toast/circle/check", false, 5.0},
+	{ZonPopup::showAlreadyExistPopup, "WDS_ZON_TPOP_CITY_ALREADY_ADDED_ABB", "toast/circle/check", true, 8.0},
+	{ZonPopup::showCityDeletedPopup, "WDS_ZON_TPOP_DELETED", "toast/circle/check", false, 5.0},
+	{ZonPopup::showUpdateSuccessPopup, "WDS_ZON_TPOP_WEATHER_UPDATED_ABB", "toast/circle", false, 7.0},
+	{ZonPopup::showUpdateFailedPopup, "WDS_ZON_TPOP_COULDNT_UPDATE_WEATHER_ABB", "toast/circle", false, 7.0},
+	{ZonPopup::showCityChangedPopup, "WDS_ZON_TPOP_CITY_CHANGED_ABB", "toast/circle/check", true, 10.0},
+	{ZonPopup::showSelectItemPopup, "WDS_TPLATFORM_TPOP_SELECT_ITEMS", "toast/small/circle", true, 5.0},
+	{[](Evas_Object* parent) { ZonPopup::noResultPopup(parent); }, "WDS_ZON_TPOP_NO_CITIES_FOUND_ABB", "toast/circle", true, 10.0},
+};
 
 }
 
 class ZonPopupTest : public UiFixture {};
 
-TEST_F(ZonPopupTest, EachNoticeHasItsTextStyleAndTime)
+TEST_F(ZonPopupTest, EachNoticeHasItsTextStyleAndTimeAndGoesWhenReadToTheEnd)
 {
 	for (bool reader : {false, true}) {
 		setScreenReader(reader);
-		for (const Notice& notice : notices()) {
+		for (const Notice& notice : kNotices) {
+			SCOPED_TRACE(notice.name);
 			notice.show(window());
 			Evas_Object* popup = onlyPopup();
-			ASSERT_NE(nullptr, popup) << notice.name;
-			EXPECT_EQ(tr(notice.name), text(popup)) << notice.name;
-			EXPECT_NE(notice.name, text(popup)) << "untranslated: " << notice.name;
-			EXPECT_STREQ(notice.style, elm_object_style_get(popup)) << notice.name;
-			EXPECT_DOUBLE_EQ(reader ? notice.readerTimeout : 2.0, elm_popup_timeout_get(popup)) << notice.name;
-			evas_object_del(popup);
+			ASSERT_NE(nullptr, popup);
+			EXPECT_EQ(tr(notice.name), text(popup));
+			EXPECT_NE(notice.name, text(popup)) << "untranslated";
+			EXPECT_STREQ(notice.style, elm_object_style_get(popup));
+			EXPECT_DOUBLE_EQ(reader ? notice.readerTimeout : 2.0, elm_popup_timeout_get(popup));
+			if (!reader) {
+				evas_object_del(popup);
+				continue;
+			}
+			Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
+			// Registered for the description, then the name: the name is what is read.
+			EXPECT_EQ(ELM_ACCESSIBLE_READING_INFO_TYPE_NAME, elm_atspi_accessible_reading_info_type_get(textAccess));
+			EXPECT_EQ(tr(notice.name), readerText(textAccess));
+			// Only a finished reading removes it, not an interrupted one.
+			DeletionWatch watch(popup);
+			ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, true));
+			pump(0.01);
+			EXPECT_FALSE(watch.gone());
+			ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
+			pump(0.01);
+			EXPECT_TRUE(watch.gone());
 		}
 	}
+
+	// The reader gets at most 255 bytes of the text.
+	ZonPopup::showCityChangedPopup(window());
+	elm_object_part_text_set(onlyPopup(), "elm.text", std::string(300, 'x').c_str());
+	EXPECT_EQ(std::string(255, 'x'), readerText(elm_object_part_access_object_get(onlyPopup(), "elm.text")));
 }
 
 TEST_F(ZonPopupTest, TimeOutDeletesAtOnceAndATapFadesOut)
 {
 	ZonPopup::showCityDeletedPopup(window());
-	Evas_Object* popup = onlyPopup();
-	DeletionWatch timedOut(popup);
-	evas_object_smart_callback_call(popup, "timeout", nullptr);
+	DeletionWatch timedOut(onlyPopup());
+	evas_object_smart_callback_call(onlyPopup(), "timeout", nullptr);
 	pump(0.01);
 	EXPECT_TRUE(timedOut.gone());
 
 	ZonPopup::showUpdateSuccessPopup(window());
-	popup = onlyPopup();
-	DeletionWatch tapped(popup);
-	evas_object_smart_callback_call(popup, "block,clicked", nullptr);
+	DeletionWatch tapped(onlyPopup());
+	evas_object_smart_callback_call(onlyPopup(), "block,clicked", nullptr);
 	pump(0.01);
 	EXPECT_FALSE(tapped.gone()) << "deleted before its fade-out";
 	EXPECT_TRUE(pumpUntil([&] { return tapped.gone(); }));
-}
-
-TEST_F(ZonPopupTest, ReadingItToTheEndRemovesIt)
-{
-	setScreenReader(true);
-	for (const Notice& notice : notices()) {
-		notice.show(window());
-		Evas_Object* popup = onlyPopup();
-		Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
-		// Registered for the description, then the name: the name is what is read.
-		EXPECT_EQ(ELM_ACCESSIBLE_READING_INFO_TYPE_NAME, elm_atspi_accessible_reading_info_type_get(textAccess));
-		EXPECT_EQ(tr(notice.name), readerText(textAccess)) << notice.name;
-
-		DeletionWatch watch(popup);
-		// Only a finished reading removes it, not an interrupted one.
-		ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, true));
-		pump(0.01);
-		EXPECT_FALSE(watch.gone()) << notice.name;
-		ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
-		pump(0.01);
-		EXPECT_TRUE(watch.gone()) << notice.name;
-	}
-}
-
-TEST_F(ZonPopupTest, ReaderGetsAtMost255BytesOfTheText)
-{
-	setScreenReader(true);
-	ZonPopup::showCityChangedPopup(window());
-	Evas_Object* popup = onlyPopup();
-	std::string longText(300, 'x');
-	elm_object_part_text_set(popup, "elm.text", longText.c_str());
-	EXPECT_EQ(std::string(255, 'x'), readerText(elm_object_part_access_object_get(popup, "elm.text")));
 }
 
 TEST_F(ZonPopupTest, MaxNumberPicksSingularOrPluralAndPutsTheNumberIn)
@@ -127,7 +110,7 @@ TEST_F(ZonPopupTest, MaxNumberPicksSingularOrPluralAndPutsTheNumberIn)
 TEST_F(ZonPopupTest, LanguageChangeRetranslatesOnlyTranslatableNotices)
 {
 	std::vector<std::string> english;
-	for (const Notice& notice : notices()) {
+	for (const Notice& notice : kNotices) {
 		notice.show(window());
 		english.push_back(text(popups().back()));
 	}
@@ -135,7 +118,7 @@ TEST_F(ZonPopupTest, LanguageChangeRetranslatesOnlyTranslatableNotices)
 	std::vector<Evas_Object*> shown = popups();
 	ASSERT_EQ(english.size(), shown.size());
 	for (size_t i = 0; i < shown.size(); ++i) {
-		const Notice& notice = notices()[i];
+		const Notice& notice = kNotices[i];
 		EXPECT_EQ(notice.translatable ? tr(notice.name) : english[i], text(shown[i])) << notice.name;
 		EXPECT_EQ(notice.translatable, english[i] != text(shown[i])) << notice.name;
 	}
@@ -144,27 +127,18 @@ TEST_F(ZonPopupTest, LanguageChangeRetranslatesOnlyTranslatableNotices)
 TEST_F(ZonPopupTest, NoResultShowsTheErrorIconOfTheResourceDirectory)
 {
 	provideIcon("zonvista_ic_error.png");
-
 	Evas_Object* popup = ZonPopup::noResultPopup(window());
 	EXPECT_EQ(popup, onlyPopup());
-	Evas_Object* image = elm_object_part_content_get(popup, "toast,icon");
-	ASSERT_NE(nullptr, image);
-	const char* file = nullptr;
-	elm_image_file_get(image, &file, nullptr);
-	EXPECT_EQ(resourceDir() + "images/zonvista_ic_error.png", file ? file : "");
+	EXPECT_EQ(resourceDir() + "images/zonvista_ic_error.png", imageFile(elm_object_part_content_get(popup, "toast,icon")));
 	evas_object_del(popup);
 
 	// Without a resource directory the icon shows nothing, and the notice still works.
 	ASSERT_EQ(0, zon_host_fault_inject("app_get_resource_path", 1, -1));
 	popup = ZonPopup::noResultPopup(window());
-	image = elm_object_part_content_get(popup, "toast,icon");
+	Evas_Object* image = elm_object_part_content_get(popup, "toast,icon");
 	ASSERT_NE(nullptr, image);
 	int w = -1;
 	elm_image_object_size_get(image, &w, nullptr);
 	EXPECT_EQ(0, w);
 	EXPECT_EQ(tr("WDS_ZON_TPOP_NO_CITIES_FOUND_ABB"), text(popup));
-	DeletionWatch watch(popup);
-	evas_object_smart_callback_call(popup, "timeout", nullptr);
-	pump(0.01);
-	EXPECT_TRUE(watch.gone());
 }

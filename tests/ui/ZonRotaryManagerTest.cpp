@@ -40,9 +40,9 @@ protected:
 	}
 
 	static ZonRotaryManager* manager() { return ZonRotaryManager::getInstance(); }
-	Evas_Object* add(const std::string& name)
+	Evas_Object* add(const std::string& name, Evas_Object* obj = nullptr)
 	{
-		Evas_Object* obj = elm_button_add(window());
+		obj = obj ? obj : elm_button_add(window());
 		manager()->setOnRotary(obj, handler(name));
 		return obj;
 	}
@@ -83,63 +83,54 @@ TEST_F(ZonRotaryManagerTest, LastRegisteredObjectGetsTheEventsUntilItIsDeleted)
 	EXPECT_TRUE(zon_host_rotary_event(true));
 	EXPECT_EQ((Trace{"B+", "B-", "A+"}), trace_);
 
-	// Deleting one below the top leaves the top where it is.
-	Evas_Object* c = add("C");
-	evas_object_del(a);
-	EXPECT_TRUE(loggedRemoval(a, 0));
-	EXPECT_EQ(c, zon_host_rotary_activated_object());
-	evas_object_del(c);
-	EXPECT_EQ(nullptr, zon_host_rotary_activated_object());
-	EXPECT_FALSE(zon_host_rotary_event(true));
-	EXPECT_EQ(3u, trace_.size());
-}
-
-TEST_F(ZonRotaryManagerTest, SameObjectTwiceIsTwoEntries)
-{
-	Evas_Object* a = add("A");
-	Evas_Object* b = add("B1");
-	manager()->setOnRotary(b, handler("B2"));
-	// Both entries put a callback on b: the event runs the top handler once per callback.
+	// The same object twice is two entries, each with a callback on it: the event runs the top
+	// handler once per callback; each deletion watch removes one entry, the first one first.
+	Evas_Object* c = add("C2", add("C1"));
+	trace_.clear();
 	zon_host_rotary_event(true);
-	EXPECT_EQ((Trace{"B2+", "B2+"}), trace_);
-
-	// Each deletion watch removes one entry, the first one first.
-	evas_object_del(b);
-	EXPECT_TRUE(loggedRemoval(b, 1));
+	EXPECT_EQ((Trace{"C2+", "C2+"}), trace_);
+	evas_object_del(c);
+	EXPECT_TRUE(loggedRemoval(c, 1));
 	EXPECT_EQ(a, zon_host_rotary_activated_object());
 	zon_host_rotary_event(false);
-	EXPECT_EQ((Trace{"B2+", "B2+", "A-"}), trace_);
+	EXPECT_EQ((Trace{"C2+", "C2+", "A-"}), trace_);
+
+	// Deleting one below the top leaves the top, and its handler, where they are.
+	Evas_Object* d = add("D");
+	evas_object_del(a);
+	EXPECT_TRUE(loggedRemoval(a, 0));
+	EXPECT_EQ(d, zon_host_rotary_activated_object());
+	zon_host_rotary_event(true);
+	EXPECT_EQ("D+", trace_.back());
+	evas_object_del(d);
+	EXPECT_EQ(nullptr, zon_host_rotary_activated_object());
+	EXPECT_FALSE(zon_host_rotary_event(true));
+	EXPECT_EQ(4u, trace_.size());
 }
 
-TEST_F(ZonRotaryManagerTest, ItsHandlerRunsBeforeTheWidgetsOwnAndAnEmptyOneStops)
+TEST_F(ZonRotaryManagerTest, HandlerRunsBeforeTheWidgetsOwnAndActiveInactiveSwitchTheTop)
 {
+	// On an empty stack both are harmless.
+	manager()->active();
+	manager()->inactive();
 	Evas_Object* list = elm_button_add(window());
 	eext_rotary_object_event_callback_add(list, [](void* data, Evas_Object*, Eext_Rotary_Event_Info*) {
 		static_cast<Trace*>(data)->push_back("widget");
 		return EINA_TRUE;
 	}, &trace_);
-	manager()->setOnRotary(list, handler("screen"));
-	zon_host_rotary_event(true);
-	EXPECT_EQ((Trace{"screen+", "widget"}), trace_);
-
-	manager()->setOnRotary(list, nullptr);
-	trace_.clear();
-	zon_host_rotary_event(true);
-	EXPECT_TRUE(trace_.empty());
-}
-
-TEST_F(ZonRotaryManagerTest, ActiveAndInactiveSwitchTheTopObject)
-{
-	// On an empty stack both are harmless.
-	manager()->active();
-	manager()->inactive();
-	add("A");
+	add("screen", list);
 	manager()->inactive();
 	EXPECT_EQ(nullptr, zon_host_rotary_activated_object());
 	EXPECT_FALSE(zon_host_rotary_event(true));
 	manager()->active();
 	EXPECT_TRUE(zon_host_rotary_event(true));
-	EXPECT_EQ(Trace{"A+"}, trace_);
+	EXPECT_EQ((Trace{"screen+", "widget"}), trace_);
+
+	// An empty handler stops the event.
+	manager()->setOnRotary(list, nullptr);
+	trace_.clear();
+	zon_host_rotary_event(true);
+	EXPECT_TRUE(trace_.empty());
 
 	manager()->setOnRotary(nullptr, handler("none"));
 	EXPECT_TRUE(zon_host_log_contains("object is nullptr!"));

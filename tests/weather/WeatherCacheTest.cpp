@@ -66,7 +66,7 @@ TEST_F(WeatherCacheTest, StoredAnswerAgesOnTheFixedClock)
 	zon_host_pump(100);
 	ASSERT_EQ(1u, received.size());
 
-	pinWallClock(kNow + 10800);
+	TestClock::set(kNow + 10800);
 	EXPECT_TRUE(handler->requestWeatherData(35, false, false));
 	ASSERT_EQ(2u, received.size()) << "a fresh entry is answered before the request returns";
 	const ZonWeatherReplayData& cached = received[1];
@@ -79,7 +79,7 @@ TEST_F(WeatherCacheTest, StoredAnswerAgesOnTheFixedClock)
 	EXPECT_EQ(0u, zon_host_alarm_count());
 
 	// One second older and the agent is asked instead; its answer comes later.
-	pinWallClock(kNow + 10801);
+	TestClock::advance(1);
 	EXPECT_TRUE(handler->requestWeatherData(35, false, false));
 	EXPECT_EQ(2u, received.size());
 	EXPECT_EQ(2u, zon_host_launch_count());

@@ -26,13 +26,9 @@
 #include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
+#include "TestClock.h"
 #include "ZonDBManager.h"
 #include "ZonWeatherAgentHandler.h"
-
-// FrozenClock.cpp: while pinned, time() answers `now` everywhere in the process, the library
-// included. GLib's timers (alarms, deliveries) run on the monotonic clock and are not affected.
-void pinWallClock(time_t now);
-void unpinWallClock();
 
 class ZonWeatherAgentHandlerTestPeer {
 public:
@@ -138,13 +134,14 @@ inline void agentAnswers(const std::vector<std::pair<const char*, const char*>>&
 } // namespace weathertest
 
 // A device with the agent (answering at once, weather for kNow) and the service, the city
-// database open, and the wall clock pinned at kNow.
+// database open, and the wall clock standing at kNow.
 class WeatherFixture : public HostFixture {
 protected:
 	void SetUp() override
 	{
 		HostFixture::SetUp();
-		pinWallClock(weathertest::kNow);
+		// The cache judges age to the second: a real clock could tick between setup and the check.
+		TestClock::set(weathertest::kNow);
 		weathertest::installAgent(ZON_HOST_WEATHER_ANSWER);
 		ASSERT_EQ(0, zon_host_install_zonvista_service());
 		ZonDBManager::getInstance()->initialize();
@@ -153,7 +150,7 @@ protected:
 	void TearDown() override
 	{
 		ZonDBManager::getInstance()->finalize();
-		unpinWallClock();
+		TestClock::release();
 		HostFixture::TearDown();
 	}
 
