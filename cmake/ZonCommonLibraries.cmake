@@ -15,10 +15,26 @@ function(zon_common_libraries)
   add_library(zon-common SHARED ${sources} ${ARGN})
   add_library(zon-common-ui SHARED ${ui_sources})
   set_target_properties(zon-common zon-common-ui PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0)
+  # Only the public API is exported (zon-common.map), and the library's calls to its own exported
+  # functions are bound when it is linked: a program's start resolves far fewer symbols.
+  set(map ${PROJECT_SOURCE_DIR}/cmake/zon-common.map)
+  target_link_options(zon-common PRIVATE "LINKER:--version-script=${map}" "LINKER:-O1"
+    "LINKER:-Bsymbolic-functions")
+  set_property(TARGET zon-common APPEND PROPERTY LINK_DEPENDS ${map})
   foreach(lib zon-common zon-common-ui)
     target_include_directories(${lib}
       PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/inc>
              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zon-common>
       PRIVATE ${PROJECT_SOURCE_DIR}/src)
   endforeach()
+endfunction()
+
+# The same objects as a static library, with every symbol of src/ reachable, for the tests and
+# benchmarks that look into the library's internals (its ICU cache). Called once zon-common's own
+# dependencies are set.
+function(zon_common_internal)
+  add_library(zon-common-internal STATIC $<TARGET_OBJECTS:zon-common>)
+  get_target_property(deps zon-common LINK_LIBRARIES)
+  target_link_libraries(zon-common-internal PUBLIC ${deps})
+  target_include_directories(zon-common-internal PUBLIC ${PROJECT_SOURCE_DIR}/inc ${PROJECT_SOURCE_DIR}/src)
 endfunction()

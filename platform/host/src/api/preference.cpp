@@ -1,9 +1,10 @@
 /*
  * preference.cpp - application preferences in <data dir>/.preference.
  *
- * The file is looked at on every call (read again when it changed) and replaced atomically on
- * every change, so that the application, its widget and its service (separate processes on the
- * device) see each other's writes. Change callbacks are per process, as on the device.
+ * The file is looked at on every call (read again when it changed), and each change is appended
+ * to its journal (.preference.journal) under a lock, so that the application, its widget and
+ * its service (separate processes on the device) see each other's writes. Change callbacks are
+ * per process, as on the device.
  */
 #include "host_internal.h"
 
@@ -43,7 +44,8 @@ KeyStore *loadStore()
 {
 	std::string header = std::string(" Preferences of ") + zon_host_app_id() +
 			" (app_preference); one group per value type.";
-	return g_store.load(storePath(), header);
+	// Journaled: the list's change notification rewrites a key on every insert.
+	return g_store.load(storePath(), header, true);
 }
 
 void notifyChanged(const std::string &path, const std::string &key)

@@ -49,7 +49,8 @@ bool validKey(const char *key)
 	return false;
 }
 
-// Every text call of the library reads several settings: parse the file once, not per read.
+// Every text call of the library reads several settings: parse the file once, not per read, and
+// let the kernel tell when it changed rather than looking at it each time.
 KeptStore g_store;
 
 KeyStore *loadStore()
@@ -57,7 +58,7 @@ KeyStore *loadStore()
 	return g_store.load(root() + "/vconf.ini",
 			" Settings of the simulated device (vconf); one group per value type.\n"
 			" Keys missing here are unset, except the region format, the language and the\n"
-			" time zone, which follow the desktop until they are set.");
+			" time zone, which follow the desktop until they are set.", false, true);
 }
 
 // "de_DE.UTF-8" out of the first non-empty variable; the device only knows UTF-8 locales.

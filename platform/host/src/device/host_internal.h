@@ -120,7 +120,12 @@ class KeyStore {
 public:
 	enum class Lookup { Absent, Found, Corrupt };
 
-	explicit KeyStore(std::string path, std::string headerComment = std::string());
+	// A `journaled` store appends each change to <path>.journal rather than replacing the file
+	// (keystore.cpp): a change then costs one write instead of a file replaced by rename.
+	// A `watched` store asks the kernel (inotify on its directory) whether its file changed
+	// instead of looking at the file on every load().
+	explicit KeyStore(std::string path, std::string headerComment = std::string(), bool journaled = false,
+			bool watched = false);
 	~KeyStore();
 	KeyStore(const KeyStore &) = delete;
 	KeyStore &operator=(const KeyStore &) = delete;
@@ -153,7 +158,17 @@ private:
 		bool settled() const;
 	};
 
+	struct Journal;
+	struct Watch;
+
 	void forget();
+	bool loadFile(bool *reloaded);
+	bool saveFile();
+	bool openJournal(bool create);
+	void readJournal();
+	bool appendJournal(const std::vector<std::string> &changes);
+	bool applyChange(const std::string &change);
+	void removeStored(const std::string &stored);
 
 	std::string path_;
 	std::string header_;
@@ -161,6 +176,8 @@ private:
 	Stamp stamp_;
 	// False until a load or save has seen a stamp that a later change cannot repeat.
 	bool current_ = false;
+	std::unique_ptr<Journal> journal_;
+	std::unique_ptr<Watch> watch_;
 };
 
 // One store per module, kept while the path it was opened for stays the same (the device root
@@ -168,7 +185,8 @@ private:
 class KeptStore {
 public:
 	// The store for `path`, loaded; nullptr when the file can't be read or parsed.
-	KeyStore *load(const std::string &path, const std::string &headerComment);
+	KeyStore *load(const std::string &path, const std::string &headerComment, bool journaled = false,
+			bool watched = false);
 	void drop() { store_.reset(); }
 
 private:

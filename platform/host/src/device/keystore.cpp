@@ -9,6 +9,9 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <pthread.h>
+#include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -189,7 +192,163 @@ std::string tidy(const char *data)
 	return out;
 }
 
+// The journal of a journaled store, <path>.journal: a first line "#journal <generation>" naming
+// the version of the key file it continues (the key file's own first line), then one line per
+// change, "<checksum> set <group> <key> <value>" or "<checksum> del <key>", key and value in
+// their key-file forms. Appends go in one write() under an exclusive lock, reads under a shared
+// one, so a reader never sees half a change; a line torn by a crash fails its checksum and is
+// skipped. When the journal grows past kJournalLimit it is folded into the key file (replaced
+// by rename, with a new generation) and started afresh.
+const char kGenerationTag[] = "#journal ";
+const off_t kJournalLimit = 16 * 1024;
+
+// FNV-1a: enough to tell a torn line from a whole one.
+std::string checksum(const std::string &payload)
+{
+	guint32 h = 2166136261u;
+	for (unsigned char c : payload)
+		h = (h ^ c) * 16777619u;
+	char hex[9];
+	snprintf(hex, sizeof hex, "%08x", h);
+	return hex;
+}
+
+class FileLock {
+public:
+	FileLock(int fd, int operation) : fd_(fd)
+	{
+		while (fd_ >= 0 && flock(fd_, operation) != 0 && errno == EINTR) {
+		}
+	}
+	~FileLock()
+	{
+		if (fd_ >= 0)
+			flock(fd_, LOCK_UN);
+	}
+	FileLock(const FileLock &) = delete;
+	FileLock &operator=(const FileLock &) = delete;
+
+private:
+	int fd_;
+};
+
+std::string newGeneration()
+{
+	char hex[17];
+	snprintf(hex, sizeof hex, "%08x%08x", g_random_int(), g_random_int());
+	return hex;
+}
+
+// The text of a value as the key file holds it.
+std::string storedText(const Value &value)
+{
+	switch (value.type) {
+	case Type::Int: return std::to_string(value.i);
+	case Type::Double: return formatDouble(value.d);
+	case Type::Bool: return value.b ? "true" : "false";
+	case Type::String: return escapeString(value.s);
+	case Type::None: break;
+	}
+	return std::string();
+}
+
 } // namespace
+
+struct KeyStore::Journal {
+	std::string path;
+	int fd = -1;
+	ino_t ino = 0;
+	// Bytes of the journal already applied to (or, unmatched, looked at by) the store.
+	off_t offset = 0;
+	// The first line names the generation of the key file as loaded.
+	bool matched = false;
+	// Of the key file as loaded; empty when it names none (never compacted, or edited by hand).
+	std::string generation;
+	// Changes made since the last save(), as journal payloads.
+	std::vector<std::string> pending;
+	// The key file as last read or written.
+	std::string keyFileText;
+
+	~Journal()
+	{
+		if (fd >= 0)
+			close(fd);
+	}
+};
+
+namespace {
+
+// A forked child shares its parent's inotify descriptors, and with them the events: whichever
+// process reads one takes it from the other. A watch made before a fork is not trusted after it.
+unsigned g_forks = 0;
+void countFork()
+{
+	++g_forks;
+}
+
+} // namespace
+
+struct KeyStore::Watch {
+	std::string dir;
+	std::string name;
+	int fd = -1;
+	unsigned forks = 0;
+	// The store in memory was read (or written) while the watch stood: until an event names the
+	// file, it is what the file holds.
+	bool covers = false;
+
+	~Watch() { stop(); }
+
+	void start()
+	{
+		static const bool atFork [[maybe_unused]] = pthread_atfork(nullptr, nullptr, countFork) == 0;
+		fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+		if (fd < 0)
+			return;
+		const uint32_t events = IN_CREATE | IN_DELETE | IN_MODIFY | IN_ATTRIB | IN_CLOSE_WRITE | IN_MOVED_FROM |
+				IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+		if (inotify_add_watch(fd, dir.c_str(), events) < 0)
+			stop();
+		forks = g_forks;
+	}
+
+	void stop()
+	{
+		if (fd >= 0)
+			close(fd);
+		fd = -1;
+		covers = false;
+	}
+
+	// True when nothing happened to the file since the last call; drains the events.
+	bool quiet()
+	{
+		if (fd >= 0 && forks != g_forks)
+			stop();
+		if (fd < 0)
+			return false;
+		bool still = true;
+		alignas(struct inotify_event) char buffer[4096];
+		ssize_t n;
+		while ((n = read(fd, buffer, sizeof buffer)) > 0) {
+			for (ssize_t at = 0; at < n;) {
+				const struct inotify_event *event = reinterpret_cast<const struct inotify_event *>(buffer + at);
+				at += (ssize_t)(sizeof *event + event->len);
+				if (event->mask & (IN_Q_OVERFLOW | IN_IGNORED | IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT)) {
+					stop();
+					return false;
+				}
+				if (event->len && name == event->name)
+					still = false;
+			}
+		}
+		if (n < 0 && errno != EAGAIN && errno != EINTR) {
+			stop();
+			return false;
+		}
+		return still;
+	}
+};
 
 bool Value::operator==(const Value &o) const
 {
@@ -205,9 +364,22 @@ bool Value::operator==(const Value &o) const
 	return false;
 }
 
-KeyStore::KeyStore(std::string path, std::string headerComment)
+KeyStore::KeyStore(std::string path, std::string headerComment, bool journaled, bool watched)
 	: path_(std::move(path)), header_(std::move(headerComment)), file_(g_key_file_new())
 {
+	if (watched) {
+		watch_.reset(new Watch);
+		gchar *dir = g_path_get_dirname(path_.c_str());
+		gchar *name = g_path_get_basename(path_.c_str());
+		watch_->dir = dir;
+		watch_->name = name;
+		g_free(dir);
+		g_free(name);
+	}
+	if (journaled) {
+		journal_.reset(new Journal);
+		journal_->path = path_ + ".journal";
+	}
 }
 
 KeyStore::~KeyStore()
@@ -255,24 +427,65 @@ void KeyStore::forget()
 	g_key_file_free(file_);
 	file_ = g_key_file_new();
 	current_ = false;
+	if (journal_) {
+		journal_->matched = false;
+		journal_->offset = 0;
+		journal_->generation.clear();
+		journal_->keyFileText.clear();
+	}
+	if (watch_)
+		watch_->covers = false;
 }
 
 bool KeyStore::load()
 {
+	if (!journal_) {
+		bool reloaded;
+		return loadFile(&reloaded);
+	}
+	openJournal(false);
+	FileLock lock(journal_->fd, LOCK_SH);
+	bool reloaded = false;
+	if (!loadFile(&reloaded))
+		return false;
+	readJournal();
+	return true;
+}
+
+bool KeyStore::loadFile(bool *reloaded)
+{
+	*reloaded = false;
+	if (watch_) {
+		if (watch_->quiet() && watch_->covers)
+			return true;
+		// Watching from before the look at the file, so no change after it goes unseen.
+		if (watch_->fd < 0)
+			watch_->start();
+		watch_->covers = false;
+	}
+	const bool watching = watch_ && watch_->fd >= 0;
+	auto seen = [&]() {
+		if (watch_)
+			watch_->covers = watching;
+		return true;
+	};
 	struct stat st;
 	if (current_) {
 		bool absent = stat(path_.c_str(), &st) != 0;
 		if (absent ? errno == ENOENT && !stamp_.exists : stamp_ == Stamp::of(st))
-			return true;
+			return seen();
 	}
+	*reloaded = true;
 	int fd = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
 	if (fd < 0 && errno == ENOENT) {
-		if (current_ && !stamp_.exists)
-			return true;
+		if (current_ && !stamp_.exists) {
+			*reloaded = false;
+			return seen();
+		}
 		forget();
 		stamp_ = Stamp();
 		current_ = true;
-		return true;
+		return seen();
 	}
 	const char *problem = nullptr;
 	if (fd < 0 || fstat(fd, &st) != 0)
@@ -302,24 +515,211 @@ bool KeyStore::load()
 	}
 	int readErrno = n < 0 ? errno : 0;
 	close(fd);
+	// Our own fold, read again until its stamp settles: the same text is the same store, and the
+	// journal applied on top of it still holds.
+	if (journal_ && !readErrno && stamp_.exists && data == journal_->keyFileText) {
+		stamp_ = now;
+		current_ = now.settled();
+		*reloaded = false;
+		return seen();
+	}
 	forget();
+	// A journaled store's generation line is the journal's business, not a comment to keep.
+	size_t skip = 0;
+	const size_t tagLength = strlen(kGenerationTag);
+	size_t eol = data.find('\n');
+	if (journal_ && data.compare(0, tagLength, kGenerationTag) == 0 && eol != std::string::npos) {
+		journal_->generation = data.substr(tagLength, eol - tagLength);
+		skip = eol + 1;
+	}
 	GError *error = nullptr;
 	if (readErrno)
 		g_set_error_literal(&error, G_FILE_ERROR, g_file_error_from_errno(readErrno), g_strerror(readErrno));
 	else
-		g_key_file_load_from_data(file_, data.data(), data.size(), G_KEY_FILE_KEEP_COMMENTS, &error);
+		g_key_file_load_from_data(file_, data.data() + skip, data.size() - skip, G_KEY_FILE_KEEP_COMMENTS, &error);
 	if (error) {
 		platformLog(DLOG_ERROR, "ZON_HOST", "cannot read %s: %s", path_.c_str(), error->message);
 		g_error_free(error);
 		forget();
 		return false;
 	}
+	if (journal_)
+		journal_->keyFileText = std::move(data);
 	stamp_ = now;
 	current_ = now.settled();
-	return true;
+	return seen();
 }
 
 bool KeyStore::save()
+{
+	if (!journal_)
+		return saveFile();
+	std::vector<std::string> changes;
+	changes.swap(journal_->pending);
+	gchar *dir = g_path_get_dirname(path_.c_str());
+	bool dirOk = ensureDir(dir);
+	g_free(dir);
+	if (!dirOk || !openJournal(true)) {
+		forget();
+		return false;
+	}
+	FileLock lock(journal_->fd, LOCK_EX);
+	// Other writers' changes first: ours go on top, in the order the journal will hold them.
+	bool reloaded;
+	if (!loadFile(&reloaded))
+		return false;
+	readJournal();
+	for (const std::string &change : changes)
+		applyChange(change);
+	if (appendJournal(changes))
+		return true;
+
+	// Fold the journal into the key file under a new generation, then start the journal over.
+	// Readers are locked out meanwhile; a crash in between leaves a key file that holds every
+	// change and a journal of another generation, which is ignored.
+	journal_->generation = newGeneration();
+	if (!saveFile())
+		return false;
+	Journal &j = *journal_;
+	std::string head = kGenerationTag + j.generation + "\n";
+	struct stat st;
+	if (ftruncate(j.fd, 0) != 0 || write(j.fd, head.data(), head.size()) != (ssize_t)head.size() ||
+			fstat(j.fd, &st) != 0) {
+		platformLog(DLOG_ERROR, "ZON_HOST", "cannot write %s: %s", j.path.c_str(), g_strerror(errno));
+		j.matched = false;
+		return true;
+	}
+	j.ino = st.st_ino;
+	j.offset = st.st_size;
+	j.matched = true;
+	return true;
+}
+
+bool KeyStore::openJournal(bool create)
+{
+	Journal &j = *journal_;
+	struct stat st;
+	bool exists = stat(j.path.c_str(), &st) == 0;
+	if (exists && j.fd >= 0 && st.st_ino == j.ino)
+		return true;
+	if (j.fd >= 0) {
+		// Deleted or replaced behind our back: what we applied from it may be nowhere now.
+		close(j.fd);
+		j.fd = -1;
+		forget();
+	}
+	if (!exists && !create)
+		return true;
+	int fd = open(j.path.c_str(), O_RDWR | O_APPEND | O_CLOEXEC | (create ? O_CREAT : 0), 0644);
+	if (fd >= 0 && fstat(fd, &st) != 0) {
+		close(fd);
+		fd = -1;
+	}
+	if (fd < 0) {
+		if (create)
+			platformLog(DLOG_ERROR, "ZON_HOST", "cannot write %s: %s", path_.c_str(), g_strerror(errno));
+		return !create;
+	}
+	j.fd = fd;
+	j.ino = st.st_ino;
+	return true;
+}
+
+void KeyStore::readJournal()
+{
+	Journal &j = *journal_;
+	struct stat st;
+	if (j.fd < 0 || fstat(j.fd, &st) != 0)
+		return;
+	if (st.st_size < j.offset) {
+		// Cut short by hand: start again from the key file.
+		forget();
+		bool reloaded;
+		if (!loadFile(&reloaded))
+			return;
+	}
+	off_t from = j.offset;
+	if (st.st_size == from || (!j.matched && from > 0)) {
+		j.offset = st.st_size;
+		return;
+	}
+	std::string data((size_t)(st.st_size - from), '\0');
+	ssize_t n = pread(j.fd, &data[0], data.size(), from);
+	if (n < 0)
+		return;
+	data.resize((size_t)n);
+	size_t pos = 0;
+	size_t eol;
+	if (from == 0) {
+		eol = data.find('\n');
+		if (eol == std::string::npos)
+			return;
+		j.matched = !j.generation.empty() && data.compare(0, eol, kGenerationTag + j.generation) == 0;
+		if (!j.matched) {
+			j.offset = st.st_size;
+			return;
+		}
+		pos = eol + 1;
+	}
+	const size_t kSum = 8;
+	while ((eol = data.find('\n', pos)) != std::string::npos) {
+		if (eol - pos > kSum + 1 && data[pos + kSum] == ' ') {
+			std::string change = data.substr(pos + kSum + 1, eol - pos - kSum - 1);
+			if (data.compare(pos, kSum, checksum(change)) == 0)
+				applyChange(change);
+		}
+		pos = eol + 1;
+	}
+	j.offset = from + (off_t)pos;
+}
+
+// False when the journal can't take the changes: the key file names no generation, the journal
+// continues another one, or it would outgrow its limit.
+bool KeyStore::appendJournal(const std::vector<std::string> &changes)
+{
+	Journal &j = *journal_;
+	struct stat st;
+	if (j.generation.empty() || fstat(j.fd, &st) != 0 || !(j.matched || st.st_size == 0))
+		return false;
+	std::string text;
+	if (st.st_size == 0)
+		text = kGenerationTag + j.generation + "\n";
+	else if (j.offset < st.st_size)
+		text = "\n"; // ends a line torn by a crash, which then fails its checksum
+	for (const std::string &change : changes)
+		text += checksum(change) + " " + change + "\n";
+	if (st.st_size + (off_t)text.size() > kJournalLimit)
+		return false;
+	if (write(j.fd, text.data(), text.size()) != (ssize_t)text.size())
+		return false;
+	j.offset = st.st_size + (off_t)text.size();
+	j.matched = true;
+	return true;
+}
+
+bool KeyStore::applyChange(const std::string &change)
+{
+	if (change.compare(0, 4, "del ") == 0) {
+		removeStored(change.substr(4));
+		return true;
+	}
+	size_t groupEnd = change.find(' ', 4);
+	size_t keyEnd = groupEnd == std::string::npos ? groupEnd : change.find(' ', groupEnd + 1);
+	if (change.compare(0, 4, "set ") != 0 || keyEnd == std::string::npos)
+		return false;
+	std::string group = change.substr(4, groupEnd - 4);
+	std::string stored = change.substr(groupEnd + 1, keyEnd - groupEnd - 1);
+	for (const Group &g : kGroups) {
+		if (group != g.name)
+			continue;
+		removeStored(stored);
+		g_key_file_set_value(file_, g.name, stored.c_str(), change.c_str() + keyEnd + 1);
+		return true;
+	}
+	return false;
+}
+
+bool KeyStore::saveFile()
 {
 	if (!header_.empty()) {
 		gchar *top = g_key_file_get_comment(file_, nullptr, nullptr, nullptr);
@@ -339,6 +739,10 @@ bool KeyStore::save()
 	gchar *data = g_key_file_to_data(file_, &length, nullptr);
 	std::string text = tidy(data);
 	g_free(data);
+	if (journal_ && !journal_->generation.empty())
+		text.insert(0, kGenerationTag + journal_->generation + "\n");
+	if (journal_)
+		journal_->keyFileText = text;
 	struct stat st;
 	if (!replaceFile(path_, text.data(), text.size(), &st)) {
 		forget();
@@ -349,10 +753,10 @@ bool KeyStore::save()
 	return true;
 }
 
-KeyStore *KeptStore::load(const std::string &path, const std::string &headerComment)
+KeyStore *KeptStore::load(const std::string &path, const std::string &headerComment, bool journaled, bool watched)
 {
 	if (!store_ || store_->path() != path)
-		store_.reset(new KeyStore(path, headerComment));
+		store_.reset(new KeyStore(path, headerComment, journaled, watched));
 	return store_->load() ? store_.get() : nullptr;
 }
 
@@ -400,33 +804,38 @@ KeyStore::Lookup KeyStore::lookup(const char *key, Value *out) const
 
 void KeyStore::set(const char *key, const Value &value)
 {
-	remove(key);
 	std::string stored = encodeKey(key);
 	const char *group = groupOf(value.type);
-	switch (value.type) {
-	case Type::Int: g_key_file_set_int64(file_, group, stored.c_str(), value.i); break;
-	case Type::Double: g_key_file_set_value(file_, group, stored.c_str(), formatDouble(value.d).c_str()); break;
-	case Type::Bool: g_key_file_set_boolean(file_, group, stored.c_str(), value.b); break;
-	case Type::String: g_key_file_set_value(file_, group, stored.c_str(), escapeString(value.s).c_str()); break;
-	case Type::None: break;
-	}
+	removeStored(stored);
+	std::string text = storedText(value);
+	if (group)
+		g_key_file_set_value(file_, group, stored.c_str(), text.c_str());
+	if (journal_)
+		journal_->pending.push_back(group ? std::string("set ") + group + " " + stored + " " + text : "del " + stored);
 }
 
 bool KeyStore::remove(const char *key)
 {
 	std::string stored = encodeKey(key);
-	bool removed = false;
+	if (lookup(key, nullptr) == Lookup::Absent)
+		return false;
+	removeStored(stored);
+	if (journal_)
+		journal_->pending.push_back("del " + stored);
+	return true;
+}
+
+void KeyStore::removeStored(const std::string &stored)
+{
 	for (const Group &g : kGroups) {
 		if (!g_key_file_remove_key(file_, g.name, stored.c_str(), nullptr))
 			continue;
-		removed = true;
 		gsize count = 0;
 		gchar **left = g_key_file_get_keys(file_, g.name, &count, nullptr);
 		g_strfreev(left);
 		if (count == 0)
 			g_key_file_remove_group(file_, g.name, nullptr);
 	}
-	return removed;
 }
 
 std::vector<std::string> KeyStore::keys() const
