@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -50,6 +51,23 @@ inline std::string field(const std::string& text, const std::string& label)
 	}
 	return "(no " + label + " line)";
 }
+
+// The cells of the table row whose first cell is `first`; columns are set apart by at least two
+// blanks, cells hold single ones.
+inline std::vector<std::string> rowOf(const std::string& table, const std::string& first)
+{
+	static const std::regex gap("  +");
+	for (const std::string& line : lines(table)) {
+		std::vector<std::string> row{std::sregex_token_iterator(line.begin(), line.end(), gap, -1), {}};
+		if (!row.empty() && row[0] == first)
+			return row;
+	}
+	return {};
+}
+
+// ICU puts a narrow no-break space before the marker.
+inline const std::regex kClock12("\\d{1,2}:\\d{2}( |\xE2\x80\xAF)(AM|PM)");
+inline const std::regex kClock24("\\d{2}:\\d{2}");
 
 #define EXPECT_SUCCESS(run) EXPECT_EQ((run).exitCode, 0) << (run).err
 

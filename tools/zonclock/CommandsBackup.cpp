@@ -34,6 +34,7 @@
 #include "RestoreCheck.h"
 #include "RestoreModel.h"
 #include "Session.h"
+#include "Texts.h"
 #include "ZonDBManager.h"
 #include "ZonJsonBuilder.h"
 
@@ -365,6 +366,11 @@ int runRestore(const Invocation& invocation, Session& session)
 		return kExitFailed;
 	}
 	std::vector<CityRecord> cities = records.inListOrder();
+	for (bool second : {false, true}) {
+		if (countOf(cities, second) > static_cast<size_t>(kListLimit))
+			return failure(tr("cannot restore from %s, nothing was changed: %s (its %s holds %zu)"), file.c_str(),
+				listLimitNotice().c_str(), listName(second), countOf(cities, second));
+	}
 	if (!applyRestore(db, cities, why))
 		return failure("cannot restore from %s, nothing was changed: %s", file.c_str(), why.c_str());
 

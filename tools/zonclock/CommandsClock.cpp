@@ -17,6 +17,7 @@
 #include "DatabaseFailure.h"
 #include "Session.h"
 #include "Table.h"
+#include "Texts.h"
 #include "WeatherText.h"
 #include "ZonDBManager.h"
 #include "ZonTimeUtil.h"
@@ -47,7 +48,7 @@ Sun sunOf(const Cityinfo& city)
 
 std::string dayOrNight(bool daytime)
 {
-	return daytime ? "day" : "night";
+	return daytime ? tr("day") : tr("night");
 }
 
 // The catalogue city of a zone, for the device's zone; nullptr when none has it.
@@ -91,16 +92,16 @@ int runClock(const Invocation& invocation, Session& session)
 			return failure("cannot read the %s: %s", second ? "second list" : "main list", databaseFailure(db).c_str());
 	}
 
-	printf("Device: %s\n\n", deviceLine(session).c_str());
+	printf(tr("Device: %s\n\n"), deviceLine(session).c_str());
 	if (cities.empty()) {
-		printf("The %s is empty. Add a city with 'zonclock add%s CITY'; 'zonclock search PREFIX'\n"
-			   "finds its name or id.\n",
-			second ? "second list" : "main list", second ? " --second" : "");
+		printf(tr("The %s is empty. Add a city with 'zonclock add%s CITY'; 'zonclock search NAME'\n"
+				  "finds its name or id.\n"),
+			second ? tr("second list") : tr("main list"), second ? " --second" : "");
 		return kExitOk;
 	}
 
-	Table table({{"City"}, {"Time"}, {"Date"}, {"Difference"}, {"GMT"}, {"Sunrise"}, {"Sunset"}, {"Now"},
-		{"Weather"}});
+	Table table({{tr("City")}, {tr("Time")}, {tr("Date")}, {tr("Difference")}, {"GMT"}, {tr("Sunrise")},
+		{tr("Sunset")}, {tr("Now")}, {tr("Weather")}});
 	for (const Cityinfo& city : cities) {
 		const char* zone = city.timezone_path;
 		std::string difference = ZonTimeUtil::getTimeDiff(zone);
@@ -157,9 +158,9 @@ int runSun(const Invocation& invocation, Session& session)
 	const double* point = allCityPoints[city->id - 1];
 	printf("%s in %s, at %.4f %c %.4f %c.\n", describeCity(*city).c_str(), city->timezone_path, std::fabs(point[0]),
 		point[0] < 0 ? 'S' : 'N', std::fabs(point[1]), point[1] < 0 ? 'W' : 'E');
-	printf("Sunrise: %s\n", sun.sunrise.c_str());
-	printf("Sunset:  %s\n", sun.sunset.c_str());
-	printf("Now:     %s\n", dayOrNight(sun.daytime).c_str());
+	printf(tr("Sunrise: %s\n"), sun.sunrise.c_str());
+	printf(tr("Sunset:  %s\n"), sun.sunset.c_str());
+	printf(tr("Now:     %s\n"), dayOrNight(sun.daytime).c_str());
 	return kExitOk;
 }
 

@@ -33,6 +33,7 @@
 #include "DatabaseFailure.h"
 #include "Session.h"
 #include "Table.h"
+#include "Texts.h"
 #include "WeatherText.h"
 #include "ZonDBManager.h"
 #include "ZonWeatherAgentHandler.h"
@@ -99,18 +100,18 @@ const char* outcomeText(Request::Outcome outcome)
 {
 	switch (outcome) {
 	case Request::FromCache:
-		return "cache";
+		return tr("cache");
 	case Request::FromAgent:
-		return "agent";
+		return tr("agent");
 	case Request::AgentError:
-		return "agent error";
+		return tr("agent error");
 	case Request::TimedOut:
-		return "timed out";
+		return tr("timed out");
 	case Request::Waiting:
 	case Request::NoAnswer:
 		break;
 	}
-	return "no answer";
+	return tr("no answer");
 }
 
 // The list whose row is read as the city's cache: the one it is in, main list first. Weather
@@ -218,8 +219,8 @@ int runWeather(const Invocation& invocation, Session& session)
 		if (db->lastError())
 			return failure("cannot read the %s: %s", second ? "second list" : "main list", databaseFailure(db).c_str());
 		if (list.empty()) {
-			printf("The %s is empty: name the cities, or add some with 'zonclock add%s CITY'.\n",
-				second ? "second list" : "main list", second ? " --second" : "");
+			printf(tr("The %s is empty: name the cities, or add some with 'zonclock add%s CITY'.\n"),
+				second ? tr("second list") : tr("main list"), second ? " --second" : "");
 			return kExitOk;
 		}
 		for (const Cityinfo& city : list) {
@@ -236,6 +237,8 @@ int runWeather(const Invocation& invocation, Session& session)
 		}
 	}
 
+	// The agent answers in the unit of the region, as the watch's weather service does.
+	agent.fahrenheit = regionUsesFahrenheit(deviceRegion());
 	zon_host_install_weather_agent(&agent);
 	zon_host_install_zonvista_service();
 
@@ -268,7 +271,7 @@ int runWeather(const Invocation& invocation, Session& session)
 			g_source_remove(id);
 	}
 
-	Table table({{"City"}, {"Weather"}, {"Temperature"}, {"From"}});
+	Table table({{tr("City")}, {tr("Weather")}, {tr("Temperature")}, {tr("From")}});
 	std::string missing;
 	std::string unlisted;
 	for (auto& request : requests) {
@@ -278,7 +281,7 @@ int runWeather(const Invocation& invocation, Session& session)
 		if (!answered)
 			missing += (missing.empty() ? "" : ", ") + displayName(*request->city);
 		std::string name = weatherName(request->data.weatherType);
-		table.addRow({displayName(*request->city), answered && !name.empty() ? name : kNone,
+		table.addRow({displayName(*request->city), answered && !name.empty() ? name + " " + tr("(simulated)") : kNone,
 			answered ? temperatureText(request->data.currentTemperature, request->data.isCentegrade) : kNone,
 			fromText(*request)});
 		if (!request->listed)
@@ -286,7 +289,7 @@ int runWeather(const Invocation& invocation, Session& session)
 	}
 	table.print(stdout);
 	if (!unlisted.empty())
-		printf("\nIn no list, so not cached: %s.\n", unlisted.c_str());
+		printf(tr("\nIn no list, so not cached: %s.\n"), unlisted.c_str());
 
 	// A time-out may still be on its way to the service; the preferences are ours alone.
 	for (auto& request : requests) {
@@ -297,7 +300,7 @@ int runWeather(const Invocation& invocation, Session& session)
 	if (wait.interrupted)
 		return failure("interrupted before the weather of %s came", missing.c_str());
 	if (!missing.empty())
-		return failure("no weather for %s", missing.c_str());
+		return failure(tr("no weather for %s"), missing.c_str());
 	return kExitOk;
 }
 

@@ -15,7 +15,8 @@ namespace zonclock {
 
 constexpr const char* kOwnDomain = "zonclock";
 
-inline const char* tr(const char* msgid)
+// format_arg: a translated format is checked against its arguments like the English one.
+__attribute__((format_arg(1))) inline const char* tr(const char* msgid)
 {
 	return dgettext(kOwnDomain, msgid);
 }

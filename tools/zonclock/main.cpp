@@ -75,6 +75,9 @@ int main(int argc, char** argv)
 		if (locale->empty())
 			return usageError("%s: '%s' is no locale ICU knows (e.g. ko_KR, en_US, ar_AE)", option, typed.c_str());
 	}
+	if (!settings.language.empty() && !hasCatalogues(settings.language))
+		fprintf(stderr, "zonclock: --language %s: no catalogue of texts in that language; they stay in English\n",
+			settings.language.c_str());
 
 	int result;
 	{
