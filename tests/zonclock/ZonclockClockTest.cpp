@@ -82,9 +82,12 @@ TEST_F(ZonclockClockTest, RegionAndLanguageOptionsChangeTheTextsForOneRunOnly)
 
 	// Without a locale of its own the process would show message ids or question marks; a
 	// language without a catalogue falls back to English.
-	EXPECT_EQ(field(zonclock({"--language", "ko_KR", "diff", "Tokyo"}, {"LC_ALL=C"}).out, "List row"),
-		"\"9\uC2DC\uAC04 \uBE60\uB984\"");
-	EXPECT_EQ(field(zonclock({"--language", "fr_FR", "diff", "Tokyo"}).out, "List row"), "\"9 hrs ahead\"");
+	Outcome plainC = zonclock({"--language", "ko_KR", "diff", "Tokyo"}, {"LC_ALL=C"});
+	EXPECT_EQ(field(plainC.out, "List row"), "\"9\uC2DC\uAC04 \uBE60\uB984\"");
+	EXPECT_EQ(plainC.err, "");
+	Outcome french = zonclock({"--language", "fr_FR", "diff", "Tokyo"});
+	EXPECT_EQ(field(french.out, "List row"), "\"9 hrs ahead\"");
+	EXPECT_EQ(french.err, "zonclock: --language fr_FR: no catalogue of texts in that language; they stay in English\n");
 	EXPECT_EQ(vconfString(VCONFKEY_REGIONFORMAT), "de_DE.UTF-8");
 }
 
