@@ -1,0 +1,9 @@
+#include "Command.h"
+
+namespace zonclock {
+
+void registerPlanningCommands(CommandSet&)
+{
+}
+
+} // namespace zonclock
