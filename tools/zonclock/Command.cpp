@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Catalogue.h"
+#include "Output.h"
 #include "Printable.h"
 #include "Texts.h"
 
@@ -210,6 +211,12 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 	for (const Option& row : globalOptions())
 		globals.push_back({&row, addOption(app, row)});
 
+	// Without a command the default one runs: its options may stand alone ("zonclock --second").
+	const Command* fallback = commands.find(commands.defaultName());
+	std::vector<Given> fallbackOptions;
+	for (size_t i = 0; fallback && i < fallback->options.size(); ++i)
+		fallbackOptions.push_back({&fallback->options[i], addOption(app, fallback->options[i])});
+
 	std::vector<std::vector<Given>> ownOptions(commands.all().size());
 	std::vector<std::vector<std::string>> operands(commands.all().size());
 	std::vector<CLI::App*> subcommands;
@@ -255,6 +262,15 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 	std::map<std::string, std::string> globalValues;
 	if ((code = collect(globals, globalValues)) != kExitOk || (code = applyGlobals(globalValues, global)) != kExitOk)
 		return code;
+	for (const Given& one : fallbackOptions) {
+		if (one.option->count() != 0 && chosen < subcommands.size() && &commands.all()[chosen] != fallback) {
+			const char* name = commands.all()[chosen].name;
+			return usageError(tr("unknown option '%s' for '%s' (see 'zonclock %s --help')"),
+				longName(one.row->name).c_str(), name, name);
+		}
+	}
+	if ((code = collect(fallbackOptions, invocation.options)) != kExitOk)
+		return code;
 	if (chosen < subcommands.size()) {
 		invocation.command = &commands.all()[chosen];
 		for (const std::string& extra : subcommands[chosen]->remaining()) {
@@ -268,6 +284,10 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 		if ((code = collect(ownOptions[chosen], invocation.options)) != kExitOk)
 			return code;
 	}
+
+	auto format = invocation.options.find(kFormatOption.name);
+	if (format != invocation.options.end() && !formatNamed(format->second, invocation.format))
+		return usageError(tr("--format: '%s' is not text, json or tsv"), format->second.c_str());
 
 	// Asking for help (or the version) is never wrong, whatever the operands.
 	if (global.help || global.version)

@@ -39,6 +39,9 @@ struct Option {
 	const char* help;
 };
 
+// How a data command prints its rows: see Output.h.
+enum class Format { Text, Json, Tsv };
+
 class CommandSet;
 class Session;
 struct Invocation;
@@ -59,6 +62,7 @@ struct Invocation {
 	const CommandSet* commands = nullptr;
 	std::vector<std::string> operands;
 	std::map<std::string, std::string> options; // a flag maps to ""; keyed by the long name
+	Format format = Format::Text;               // from --format, checked while parsing
 
 	bool has(const char* option) const { return options.count(option) != 0; }
 	std::string value(const char* option) const;

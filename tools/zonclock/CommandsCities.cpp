@@ -14,8 +14,10 @@
 #include "CityOperand.h"
 #include "Command.h"
 #include "DatabaseFailure.h"
+#include "Output.h"
 #include "Session.h"
 #include "Table.h"
+#include "Texts.h"
 #include "ZonDBManager.h"
 #include "ZonTimeUtil.h"
 
@@ -70,20 +72,22 @@ int runList(const Invocation& invocation, Session& session)
 	const std::vector<Cityinfo>& cities = db->getAllCityList(second);
 	if (db->lastError())
 		return databaseError(db, std::string("read the ") + listName(second));
-	if (cities.empty()) {
+	if (cities.empty() && invocation.format == Format::Text) {
 		printf("The %s is empty.\n", listName(second));
 		return kExitOk;
 	}
 
-	Table table({{"#", Table::Right}, {"Row", Table::Right}, {"Id", Table::Right}, {"City"},
-		{"Country"}, {"GMT"}, {"Catalogue GMT"}, {"Zone"}});
+	Records rows({{"position", "#", Table::Right}, {"rowId", tr("Row"), Table::Right}, {"cityId", tr("Id"), Table::Right},
+		{"city", tr("City")}, {"country", tr("Country")}, {"gmt", tr("GMT")}, {"catalogueGmt", tr("Catalogue GMT")},
+		{"zone", tr("Zone")}});
 	int position = 0;
 	for (const Cityinfo& city : cities) {
-		table.addRow({std::to_string(++position), std::to_string(city.dbId), std::to_string(city.id),
-			displayName(city), displayCountry(city), ZonTimeUtil::getCurrentGMT(city.timezone_path), city.timezone,
-			city.timezone_path});
+		rows.add({Value::number(++position), Value::number(city.dbId), Value::number(city.id),
+			Value::text(displayName(city)), Value::text(displayCountry(city)),
+			Value::text(ZonTimeUtil::getCurrentGMT(city.timezone_path)), Value::text(city.timezone),
+			Value::text(city.timezone_path)});
 	}
-	table.print(stdout);
+	emit(invocation.format, stdout, "cities", rows);
 	return kExitOk;
 }
 
@@ -208,14 +212,15 @@ int runSearch(const Invocation& invocation, Session&)
 	std::string prefix = invocation.operands.empty() ? std::string() : invocation.operands[0];
 	std::vector<const Cityinfo*> found = searchCities(prefix);
 	if (found.empty())
-		return failure("no catalogue city starts with '%s'", prefix.c_str());
+		return notFound("no catalogue city starts with '%s'", prefix.c_str());
 
-	Table table({{"Id", Table::Right}, {"City"}, {"Country"}, {"GMT"}, {"Zone"}});
+	Records rows({{"cityId", tr("Id"), Table::Right}, {"city", tr("City")}, {"country", tr("Country")},
+		{"catalogueGmt", tr("GMT")}, {"zone", tr("Zone")}});
 	for (const Cityinfo* city : found) {
-		table.addRow({std::to_string(city->id), displayName(*city), displayCountry(*city),
-			city->timezone, city->timezone_path});
+		rows.add({Value::number(city->id), Value::text(displayName(*city)), Value::text(displayCountry(*city)),
+			Value::text(city->timezone), Value::text(city->timezone_path)});
 	}
-	table.print(stdout);
+	emit(invocation.format, stdout, "cities", rows);
 	return kExitOk;
 }
 
@@ -239,7 +244,7 @@ void registerCityCommands(CommandSet& commands)
 		"Puts the city NEW in the place of the city OLD, in the main list or in the second\n"
 		"list. The weather cached for OLD is dropped.");
 
-	commands.add({"list", "", 0, 0, {kSecondList},
+	commands.add({"list", "", 0, 0, {kSecondList, kFormatOption},
 		"Show the main list, or the second list",
 		"Shows the cities of the main list, or of the second list, in the order they were added:\n"
 		"position, row id in the database, catalogue id, name, country, GMT offset and time zone.",
@@ -250,7 +255,7 @@ void registerCityCommands(CommandSet& commands)
 		"Remove a city from a list", removeHelp.c_str(), runRemove});
 	commands.add({"replace", "OLD NEW", 2, 2, {kSecondList},
 		"Replace a city of a list by another in its place", replaceHelp.c_str(), runReplace});
-	commands.add({"search", "[PREFIX]", 0, 1, {},
+	commands.add({"search", "[PREFIX]", 0, 1, {kFormatOption},
 		"Find catalogue cities by the start of their English name",
 		"Lists the catalogue cities whose English name starts with PREFIX, in any case, with\n"
 		"the catalogue id that the other commands accept. Without PREFIX, lists all of them.\n"

@@ -1,11 +1,9 @@
 #include "Output.h"
 
-#include <ctime>
 #include <memory>
 
 #include <glib.h>
 #include <json-glib/json-glib.h>
-#include <unicode/timezone.h>
 
 #include "Texts.h"
 #include "WeatherText.h"
@@ -14,18 +12,16 @@ namespace zonclock {
 
 const Option kFormatOption = {"--format", "FORMAT", "text (default), json or tsv (stable keys; see 'zonclock --help')"};
 
-bool outputFormat(const Invocation& invocation, Format& format, int& exitCode)
+bool formatNamed(const std::string& name, Format& format)
 {
 	static const std::pair<const char*, Format> kNames[] = {
 		{"text", Format::Text}, {"json", Format::Json}, {"tsv", Format::Tsv}};
-	std::string name = invocation.has("--format") ? invocation.value("--format") : "text";
 	for (const auto& [known, value] : kNames) {
 		if (name == known) {
 			format = value;
 			return true;
 		}
 	}
-	exitCode = usageError(tr("--format: '%s' is not text, json or tsv"), name.c_str());
 	return false;
 }
 
@@ -112,13 +108,21 @@ std::string plainText(const std::string& text)
 void Records::printTsv(FILE* out) const
 {
 	std::string line;
-	for (const Field& field : _fields)
-		line += (line.empty() ? "" : "\t") + std::string(field.key);
+	bool first = true;
+	for (const Field& field : _fields) {
+		if (field.key)
+			line += (first ? "" : "\t") + std::string(field.key);
+		first = first && !field.key;
+	}
 	fprintf(out, "%s\n", line.c_str());
 	for (const auto& row : _rows) {
 		line.clear();
-		for (size_t i = 0; i < row.size(); ++i)
-			line += (i ? "\t" : "") + plainText(row[i].string());
+		first = true;
+		for (size_t i = 0; i < row.size(); ++i) {
+			if (_fields[i].key)
+				line += (first ? "" : "\t") + plainText(row[i].string());
+			first = first && !_fields[i].key;
+		}
 		fprintf(out, "%s\n", line.c_str());
 	}
 }
@@ -129,6 +133,8 @@ void addRow(JsonBuilder* builder, const Records& records, const std::vector<Valu
 {
 	json_builder_begin_object(builder);
 	for (size_t i = 0; i < row.size(); ++i) {
+		if (!records.fields()[i].key)
+			continue;
 		json_builder_set_member_name(builder, records.fields()[i].key);
 		switch (row[i].kind()) {
 		case Value::Text:
@@ -182,27 +188,12 @@ void printData(Format format, FILE* out, const char* key, const Records& rows, c
 	json_node_unref(root);
 }
 
-std::string offsetText(int seconds)
+void emit(Format format, FILE* out, const char* key, const Records& rows)
 {
-	int minutes = (seconds < 0 ? -seconds : seconds) / 60;
-	char text[16];
-	snprintf(text, sizeof text, "%c%02d:%02d", seconds < 0 ? '-' : '+', minutes / 60, minutes % 60);
-	return text;
-}
-
-std::string isoInstant(int64_t seconds, const std::string& zone)
-{
-	std::unique_ptr<icu::TimeZone> rules(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
-	int32_t raw = 0, dst = 0;
-	UErrorCode status = U_ZERO_ERROR;
-	rules->getOffset(static_cast<UDate>(seconds) * 1000.0, false, raw, dst, status);
-	int offset = U_SUCCESS(status) ? (raw + dst) / 1000 : 0;
-	time_t local = static_cast<time_t>(seconds + offset);
-	struct tm fields;
-	gmtime_r(&local, &fields);
-	char text[32];
-	strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &fields);
-	return text + offsetText(offset);
+	if (format == Format::Text)
+		rows.printTable(out);
+	else
+		printData(format, out, key, rows);
 }
 
 } // namespace zonclock

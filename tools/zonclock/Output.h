@@ -13,7 +13,7 @@
  *         digits included, direction marks dropped); a missing value is an empty field.
  *
  * Keys never change with the language; instants are ISO 8601 with their offset
- * ("2026-03-29T01:00:00+01:00"), offsets both in seconds and as "+09:00".
+ * ("2026-03-29T01:00:00+01:00"), offsets both in seconds and as "+09:00" (ZoneRules.h).
  */
 #ifndef ZONCLOCK_OUTPUT_H
 #define ZONCLOCK_OUTPUT_H
@@ -29,13 +29,10 @@
 
 namespace zonclock {
 
-enum class Format { Text, Json, Tsv };
-
 // The --format option of a data command.
 extern const Option kFormatOption;
-
-// The format an invocation asks for; false after the usage error, exitCode then set.
-bool outputFormat(const Invocation& invocation, Format& format, int& exitCode);
+// "json" -> Format::Json; false for a name that is no format.
+bool formatNamed(const std::string& name, Format& format);
 
 class Value {
 public:
@@ -63,7 +60,7 @@ private:
 };
 
 struct Field {
-	const char* key;            // JSON member and TSV column, never translated
+	const char* key;            // JSON member and TSV column, never translated; nullptr: text only
 	const char* title;          // column title of the text table (tr()-ed); nullptr: data only
 	Table::Align align = Table::Left;
 };
@@ -88,14 +85,12 @@ private:
 // A single-row section of the JSON object: {"device": {...}}.
 using Section = std::pair<const char*, const Records*>;
 
+// rows in the format: the text table, or as printData() writes them.
+void emit(Format format, FILE* out, const char* key, const Records& rows);
 // JSON or TSV of rows (key: the member holding them); text is the caller's to print.
 void printData(Format format, FILE* out, const char* key, const Records& rows,
 	const std::vector<Section>& sections = {});
 
-// "+09:00", "-03:30", "+00:00".
-std::string offsetText(int seconds);
-// "2026-03-29T01:00:00+01:00": the instant (seconds since the epoch) as a clock in zone shows it.
-std::string isoInstant(int64_t seconds, const std::string& zone);
 // text with ASCII digits and plain spaces, the way the TSV writes it.
 std::string plainText(const std::string& text);
 
