@@ -57,7 +57,7 @@ void printOptions(const std::vector<Option>& options, FILE* out)
 	}
 	for (size_t i = 0; i < options.size(); ++i) {
 		// Continuation lines of a help text line up under its first line.
-		std::string help = options[i].help;
+		std::string help = tr(options[i].help);
 		std::string indent = "\n" + std::string(width + 4, ' ');
 		for (size_t at = help.find('\n'); at != std::string::npos; at = help.find('\n', at + indent.size()))
 			help.replace(at, 1, indent);
@@ -322,7 +322,7 @@ void printProgramHelp(const CommandSet& commands, FILE* out)
 	for (const Command& command : commands.all())
 		width = std::max(width, strlen(command.name));
 	for (const Command& command : commands.all())
-		fprintf(out, "  %-*s  %s\n", static_cast<int>(width), command.name, command.summary);
+		fprintf(out, "  %-*s  %s\n", static_cast<int>(width), command.name, tr(command.summary));
 	fprintf(out, "\nGlobal options:\n");
 	printOptions(globalOptions(), out);
 	fprintf(out,
@@ -334,7 +334,7 @@ void printProgramHelp(const CommandSet& commands, FILE* out)
 
 void printCommandHelp(const Command& command, FILE* out)
 {
-	fprintf(out, "Usage: %s\n\n%s\n", usageLine(command).c_str(), command.description);
+	fprintf(out, "Usage: %s\n\n%s\n", usageLine(command).c_str(), tr(command.description));
 	if (!command.options.empty()) {
 		fprintf(out, "\nOptions:\n");
 		printOptions(command.options, out);

@@ -319,8 +319,8 @@ void registerClockCommands(CommandSet& commands)
 		"clock times that mean nothing.");
 
 	commands.add({"now", "CITY...", 1, 1000, {kFormatOption},
-		tr("Show the time of cities, one line each"),
-		tr("Prints one line per CITY: its name and its local time, as the clock view shows it;\n"
+		N_("Show the time of cities, one line each"),
+		N_("Prints one line per CITY: its name and its local time, as the clock view shows it;\n"
 		"short enough for a status bar or a prompt. With --format json or tsv, the fields of the\n"
 		"clock view's time columns."),
 		runNow});

@@ -1,5 +1,6 @@
 #include "ZoneRules.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <memory>
@@ -37,9 +38,18 @@ int zoneOffset(const std::string& zone, int64_t at)
 
 int standardOffset(const std::string& zone, int64_t at)
 {
+	// Zones whose rules keep a negative saving (Dublin's winter, Casablanca's Ramadan) call the
+	// summer offset standard; the offset without any saving is the lesser of the two seasons.
+	std::unique_ptr<icu::TimeZone> rules = rulesOf(zone);
 	int raw, dst;
-	offsets(*rulesOf(zone), at, raw, dst);
-	return raw;
+	offsets(*rules, at, raw, dst);
+	int standard = raw + std::min(dst, 0);
+	OffsetChange change;
+	if (nextOffsetChange(zone, at, at + 366 * 86400, change)) {
+		offsets(*rules, change.at, raw, dst);
+		standard = std::min(standard, raw + std::min(dst, 0));
+	}
+	return standard;
 }
 
 bool nextOffsetChange(const std::string& zone, int64_t from, int64_t until, OffsetChange& change)

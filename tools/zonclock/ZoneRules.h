@@ -15,7 +15,8 @@
 namespace zonclock {
 
 int zoneOffset(const std::string& zone, int64_t at);
-// The standard (raw) part of the offset at the instant.
+// The offset without daylight saving at the instant: the raw offset, or for a zone whose rules
+// save negatively, the lesser offset of its two seasons (a year ahead looked at).
 int standardOffset(const std::string& zone, int64_t at);
 
 struct OffsetChange {
