@@ -330,6 +330,14 @@ void printProgramHelp(const CommandSet& commands, FILE* out)
 		"change the device's settings for one run: they are put back when zonclock ends.\n"
 		"The platform log of the last run is in DIR/zonclock.log, unless ZON_HOST_LOG\n"
 		"names another file.\n", commands.defaultName());
+	fputs(tr("\n"
+		"--format json or tsv prints a command's data for scripts: JSON with stable keys, or\n"
+		"tab-separated values under a line of the same keys, with ASCII digits and spaces and\n"
+		"an empty field where the table shows a dash. Instants are ISO 8601 with their offset,\n"
+		"offsets are given in seconds and as +09:00. Tables are cut to the terminal's width;\n"
+		"written to a pipe or a file they are whole.\n"
+		"\n"
+		"Exit status: 0 done, 1 failed or nothing found, 2 the command line was wrong.\n"), out);
 }
 
 void printCommandHelp(const Command& command, FILE* out)

@@ -229,6 +229,18 @@ int runDiff(const Invocation& invocation, Session& session)
 	std::string markup = ZonTimeUtil::getTimeDiffWithFontSize(zone);
 	std::string arc = ZonTimeUtil::getTimeDiffOnWidgetArc(zone);
 
+	if (invocation.format != Format::Text) {
+		Records rows({{"cityId", nullptr}, {"city", nullptr}, {"zone", nullptr}, {"deviceZone", nullptr},
+			{"differenceSeconds", nullptr}, {"listRow", nullptr}, {"screenReader", nullptr}, {"fontMarkup", nullptr},
+			{"widgetArc", nullptr}});
+		int64_t now = time(nullptr);
+		std::string device = session.zoneOrUtc();
+		rows.add({Value::number(city->id), Value::text(displayName(*city)), Value::text(zone), Value::text(device),
+			Value::number(zoneOffset(zone, now) - zoneOffset(device, now)), Value::text(row), Value::text(spoken),
+			Value::text(markup), Value::text(arc)});
+		emit(invocation.format, stdout, "cities", rows);
+		return kExitOk;
+	}
 	printf("%s in %s; the device is in %s.\n", describeCity(*city).c_str(), zone,
 		home.empty() ? "UTC (no local-time link)" : home.c_str());
 	printf("Offset:        %+g h\n", offset);
@@ -251,6 +263,18 @@ int runSun(const Invocation& invocation, Session& session)
 	session.openDevice();
 	Sun sun = sunOf(*city);
 	const double* point = allCityPoints[city->id - 1];
+	if (invocation.format != Format::Text) {
+		char latitude[32], longitude[32];
+		snprintf(latitude, sizeof latitude, "%.4f", point[0]);
+		snprintf(longitude, sizeof longitude, "%.4f", point[1]);
+		Records rows({{"cityId", nullptr}, {"city", nullptr}, {"zone", nullptr}, {"latitude", nullptr},
+			{"longitude", nullptr}, {"sunrise", nullptr}, {"sunset", nullptr}, {"daytime", nullptr}});
+		rows.add({Value::number(city->id), Value::text(displayName(*city)), Value::text(city->timezone_path),
+			Value::text(latitude), Value::text(longitude), Value::text(sun.sunrise), Value::text(sun.sunset),
+			Value::flag(sun.daytime)});
+		emit(invocation.format, stdout, "cities", rows);
+		return kExitOk;
+	}
 	printf("%s in %s, at %.4f %c %.4f %c.\n", describeCity(*city).c_str(), city->timezone_path, std::fabs(point[0]),
 		point[0] < 0 ? 'S' : 'N', std::fabs(point[1]), point[1] < 0 ? 'W' : 'E');
 	printf("Sunrise: %s\n", sun.sunrise.c_str());
@@ -347,9 +371,9 @@ void registerClockCommands(CommandSet& commands)
 		"(zonclock says so); 'zonclock home Asia/Kolkata' moves the device there.");
 	commands.add({"home", "[CITY|ZONE]", 0, 1, {},
 		"Show or set the device's home zone", homeHelp.c_str(), runHome});
-	commands.add({"diff", "CITY", 1, 1, {},
+	commands.add({"diff", "CITY", 1, 1, {kFormatOption},
 		"Show the difference texts between a city and the device", diffHelp.c_str(), runDiff});
-	commands.add({"sun", "CITY", 1, 1, {},
+	commands.add({"sun", "CITY", 1, 1, {kFormatOption},
 		"Show today's sunrise and sunset of a city", sunHelp.c_str(), runSun});
 }
 

@@ -31,7 +31,9 @@
 #include "CityOperand.h"
 #include "Command.h"
 #include "DatabaseFailure.h"
+#include "Output.h"
 #include "Session.h"
+#include "Texts.h"
 #include "Table.h"
 #include "WeatherText.h"
 #include "ZonDBManager.h"
@@ -268,7 +270,8 @@ int runWeather(const Invocation& invocation, Session& session)
 			g_source_remove(id);
 	}
 
-	Table table({{"City"}, {"Weather"}, {"Temperature"}, {"From"}});
+	Records table({{"cityId", nullptr}, {"city", tr("City")}, {"weather", tr("Weather")}, {"weatherType", nullptr},
+		{"temperature", tr("Temperature")}, {"degrees", nullptr}, {"isCentigrade", nullptr}, {"source", tr("From")}});
 	std::string missing;
 	std::string unlisted;
 	for (auto& request : requests) {
@@ -278,14 +281,20 @@ int runWeather(const Invocation& invocation, Session& session)
 		if (!answered)
 			missing += (missing.empty() ? "" : ", ") + displayName(*request->city);
 		std::string name = weatherName(request->data.weatherType);
-		table.addRow({displayName(*request->city), answered && !name.empty() ? name : kNone,
-			answered ? temperatureText(request->data.currentTemperature, request->data.isCentegrade) : kNone,
-			fromText(*request)});
+		std::string temperature = answered ? temperatureText(request->data.currentTemperature, request->data.isCentegrade)
+										   : std::string(kNone);
+		bool hasTemperature = temperature != kNone;
+		table.add({Value::number(request->city->id), Value::text(displayName(*request->city)),
+			answered && !name.empty() ? Value::text(name) : Value::none(),
+			answered ? Value::number(request->data.weatherType) : Value::none(),
+			hasTemperature ? Value::text(temperature) : Value::none(),
+			hasTemperature ? Value::number(request->data.currentTemperature) : Value::none(),
+			hasTemperature ? Value::flag(request->data.isCentegrade) : Value::none(), Value::text(fromText(*request))});
 		if (!request->listed)
 			unlisted += (unlisted.empty() ? "" : ", ") + displayName(*request->city);
 	}
-	table.print(stdout);
-	if (!unlisted.empty())
+	emit(invocation.format, stdout, "cities", table);
+	if (!unlisted.empty() && invocation.format == Format::Text)
 		printf("\nIn no list, so not cached: %s.\n", unlisted.c_str());
 
 	// A time-out may still be on its way to the service; the preferences are ours alone.
@@ -326,7 +335,7 @@ void registerWeatherCommands(CommandSet& commands)
 								"error, or delay=MS to answer after MS milliseconds"},
 			{"--fire-alarm", nullptr, "make the pending time-out alarm go off as soon as the\n"
 									  "answers at hand are in, instead of after ten seconds"},
-			{"--timeout", "SECONDS", "stop waiting after SECONDS (default 20)"}},
+			{"--timeout", "SECONDS", "stop waiting after SECONDS (default 20)"}, kFormatOption},
 		"Show the weather of cities, from the cache or the weather agent", help.c_str(), runWeather});
 }
 
