@@ -30,6 +30,50 @@ int report(int code, const char* format, va_list args)
 	return code;
 }
 
+const char* const kFormatsHelp = N_(
+	"--format json or tsv prints a command's data for scripts: JSON with stable keys, or\n"
+	"tab-separated values under a line of the same keys, with ASCII digits and spaces and\n"
+	"an empty field where the table shows a dash. Instants are ISO 8601 with their offset,\n"
+	"offsets are given in seconds and as +09:00. Tables are cut to the terminal's width;\n"
+	"written to a pipe or a file they are whole.");
+const char* const kExitHelp = N_("Exit status: 0 done, 1 failed or nothing found, 2 the command line was wrong.");
+
+// Commands for the shell and the build ("__complete", "__man"), kept out of the help.
+bool isHidden(const Command& command)
+{
+	return command.name[0] == '_';
+}
+
+// Text for a man page: backslashes escaped, no line taken for a request.
+std::string roff(const std::string& text)
+{
+	std::string result;
+	bool lineStart = true;
+	for (char c : text) {
+		if (lineStart && (c == '.' || c == '\''))
+			result += "\\&";
+		if (c == '\\')
+			result += "\\e";
+		else if (c == '-')
+			result += "\\-";
+		else
+			result += c;
+		lineStart = c == '\n';
+	}
+	return result;
+}
+
+void printManOptions(const std::vector<Option>& options, FILE* out)
+{
+	for (const Option& option : options) {
+		if (option.valueName)
+			fprintf(out, ".TP\n.BI \"%s \" %s\n", roff(option.name).c_str(), option.valueName);
+		else
+			fprintf(out, ".TP\n.B %s\n", roff(option.name).c_str());
+		fprintf(out, "%s\n", roff(tr(option.help)).c_str());
+	}
+}
+
 std::string usageLine(const Command& command)
 {
 	std::string line = std::string("zonclock ") + command.name;
@@ -321,8 +365,10 @@ void printProgramHelp(const CommandSet& commands, FILE* out)
 	size_t width = 0;
 	for (const Command& command : commands.all())
 		width = std::max(width, strlen(command.name));
-	for (const Command& command : commands.all())
-		fprintf(out, "  %-*s  %s\n", static_cast<int>(width), command.name, tr(command.summary));
+	for (const Command& command : commands.all()) {
+		if (!isHidden(command))
+			fprintf(out, "  %-*s  %s\n", static_cast<int>(width), command.name, tr(command.summary));
+	}
 	fprintf(out, "\nGlobal options:\n");
 	printOptions(globalOptions(), out);
 	fprintf(out,
@@ -330,14 +376,7 @@ void printProgramHelp(const CommandSet& commands, FILE* out)
 		"change the device's settings for one run: they are put back when zonclock ends.\n"
 		"The platform log of the last run is in DIR/zonclock.log, unless ZON_HOST_LOG\n"
 		"names another file.\n", commands.defaultName());
-	fputs(tr("\n"
-		"--format json or tsv prints a command's data for scripts: JSON with stable keys, or\n"
-		"tab-separated values under a line of the same keys, with ASCII digits and spaces and\n"
-		"an empty field where the table shows a dash. Instants are ISO 8601 with their offset,\n"
-		"offsets are given in seconds and as +09:00. Tables are cut to the terminal's width;\n"
-		"written to a pipe or a file they are whole.\n"
-		"\n"
-		"Exit status: 0 done, 1 failed or nothing found, 2 the command line was wrong.\n"), out);
+	fprintf(out, "\n%s\n\n%s\n", tr(kFormatsHelp), tr(kExitHelp));
 }
 
 void printCommandHelp(const Command& command, FILE* out)
@@ -349,6 +388,35 @@ void printCommandHelp(const Command& command, FILE* out)
 	}
 	fprintf(out, "\nGlobal options:\n");
 	printOptions(globalOptions(), out);
+}
+
+void printManPage(const CommandSet& commands, FILE* out)
+{
+	fprintf(out, ".TH ZONCLOCK 1 \"\" \"zonclock %s\" \"User Commands\"\n", ZONCLOCK_VERSION);
+	fprintf(out, ".SH NAME\nzonclock \\- a world clock on the city lists of a simulated watch\n");
+	fprintf(out, ".SH SYNOPSIS\n.B zonclock\n[\\fIGLOBAL OPTIONS\\fR] [\\fICOMMAND\\fR] [\\fIOPERANDS\\fR] "
+		"[\\fIOPTIONS\\fR]\n");
+	fprintf(out, ".SH DESCRIPTION\nWithout a command, zonclock runs \\fB%s\\fR.\n", commands.defaultName());
+	fprintf(out, ".SH COMMANDS\n");
+	for (const Command& command : commands.all()) {
+		if (isHidden(command))
+			continue;
+		fprintf(out, ".SS %s\n%s\n.PP\n%s\n", roff(usageLine(command)).c_str(), roff(tr(command.summary)).c_str(),
+			roff(tr(command.description)).c_str());
+		if (!command.options.empty()) {
+			fprintf(out, ".RS\n");
+			printManOptions(command.options, out);
+			fprintf(out, ".RE\n");
+		}
+	}
+	fprintf(out, ".SH GLOBAL OPTIONS\n");
+	printManOptions(globalOptions(), out);
+	fprintf(out, ".SH OUTPUT FORMATS\n%s\n.SH EXIT STATUS\n%s\n", roff(tr(kFormatsHelp)).c_str(),
+		roff(tr(kExitHelp)).c_str());
+	fprintf(out, ".SH ENVIRONMENT\n.TP\n.B ZON_HOST_ROOT\n%s\n.TP\n.B ZON_HOST_LOG\n%s\n.TP\n.B COLUMNS\n%s\n",
+		roff(tr("the simulated device when --root is not given")).c_str(),
+		roff(tr("the file that takes the platform log")).c_str(),
+		roff(tr("the width tables are cut to when standard output is no terminal")).c_str());
 }
 
 } // namespace zonclock

@@ -100,6 +100,8 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 
 void printProgramHelp(const CommandSet& commands, FILE* out);
 void printCommandHelp(const Command& command, FILE* out);
+// The help as a man page (roff), for the build to install.
+void printManPage(const CommandSet& commands, FILE* out);
 // "zonclock 0.1.0": the project's version, from the build.
 void printVersion(FILE* out);
 // The options every command understands, as the help shows them.

@@ -10,7 +10,7 @@
 
 namespace zonclock {
 
-const Option kFormatOption = {"--format", "FORMAT", "text (default), json or tsv (stable keys; see 'zonclock --help')"};
+const Option kFormatOption = {"--format", "FORMAT", "text (default), json or tsv: data for scripts, see 'zonclock --help'"};
 
 bool formatNamed(const std::string& name, Format& format)
 {
