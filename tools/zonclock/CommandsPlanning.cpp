@@ -141,11 +141,12 @@ int runAt(const Invocation& invocation, Session& session)
 	if (int exitCode = resolveOperands(invocation.operands, 1, given))
 		return exitCode;
 	int64_t now = time(nullptr);
-	// The device's zone is only known once the device is open, so the time is checked after.
-	std::string sourceZone = given.empty() ? session.zoneOrUtc() : given[0].timezone_path;
 	int64_t wall = 0;
-	if (!parseWallTime(invocation.operands[0], sourceZone, now, wall))
+	// Checked before the device is opened; "today" then needs the device's zone.
+	if (!parseWallTime(invocation.operands[0], "UTC", now, wall))
 		return usageError(tr("'%s' is no time: give HH:MM, or YYYY-MM-DDTHH:MM"), invocation.operands[0].c_str());
+	std::string sourceZone = given.empty() ? session.zoneOrUtc() : given[0].timezone_path;
+	parseWallTime(invocation.operands[0], sourceZone, now, wall);
 	std::vector<Cityinfo> cities;
 	if (int exitCode = listedCities(session, cities))
 		return exitCode;
