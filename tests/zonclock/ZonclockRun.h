@@ -3,6 +3,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <unistd.h>
 #include <spawn.h>
 #include <stdlib.h>
 #include <string.h>
@@ -107,6 +108,8 @@ protected:
 		posix_spawn_file_actions_init(&actions);
 		posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
 		posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+		if (!_stdin.empty())
+			posix_spawn_file_actions_addopen(&actions, 0, _stdin.c_str(), O_RDONLY, 0);
 		args.insert(args.begin(), ZONCLOCK_PATH);
 		env.insert(env.end(), {"TZ=UTC", "ZON_HOST_ROOT=" + _envRoot});
 		for (char** e = environ; *e; ++e) {
@@ -139,6 +142,20 @@ protected:
 		zon_host_reset();
 	}
 
+	// Variables that start zonclock with its clock at `epoch` (libfaketime); empty when the
+	// library is not installed.
+	static std::vector<std::string> frozenAt(time_t epoch)
+	{
+		const char* library = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
+		if (access(library, R_OK) != 0)
+			return {};
+		const char* asan = getenv("ASAN_OPTIONS");
+		// ASan wants to be the first preloaded library; here libfaketime is.
+		return {std::string("LD_PRELOAD=") + library, "FAKETIME_FMT=%s", "FAKETIME=@" + std::to_string(epoch),
+			"DONT_FAKE_MONOTONIC=1", std::string("ASAN_OPTIONS=") + (asan ? asan : "") + ":verify_asan_link_order=0"};
+	}
+
+	std::string _stdin;  // the file standard input reads, when set
 	std::string _tmp;
 	std::string _root;
 	std::string _envRoot;

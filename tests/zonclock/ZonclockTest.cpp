@@ -79,7 +79,8 @@ TEST_F(ZonclockTest, BadCommandLinesGiveOneLineAndHelpGoesToStandardOutput)
 	for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
 			 {"frobnicate"}, {"add"}, {"add", "Tokyo", "Seoul"}, {"replace", "Tokyo"}, {"list", "--bogus"},
 			 {"--second", "list"}, {"list", "--second=yes"}, {"list", "extra"}, {"help", "frobnicate"},
-			 {"search", "a", "b"}})
+			 {"search", "a", "b"}, {"list", "--format", "xml"}, {"at", "25:00"}, {"at", "2026-02-30T10:00"},
+			 {"changes", "--days", "0"}, {"--second", "--format=json", "list"}, {"now"}})
 		expectUsageError(zonclock(args), args[0]);
 	expectUsageError(run({"list", "--root"}), "--root without a value");
 	expectUsageError(run({"--root=", "list"}), "empty --root");

@@ -44,13 +44,13 @@ const Cityinfo* resolveCity(const std::string& operand, int& exitCode)
 	case CityLookup::Found:
 		return lookup.city;
 	case CityLookup::BadId:
-		exitCode = failure(tr("no catalogue city has id %s (ids run 1..%d)"), text.c_str(), catalogueSize());
+		exitCode = notFound(tr("no catalogue city has id %s (ids run 1..%d)"), text.c_str(), catalogueSize());
 		return nullptr;
 	case CityLookup::UnknownName:
-		exitCode = failure(tr("no catalogue city is named '%s'%s"), text.c_str(), didYouMean(text).c_str());
+		exitCode = notFound(tr("no catalogue city is named '%s'%s"), text.c_str(), didYouMean(text).c_str());
 		return nullptr;
 	case CityLookup::Ambiguous:
-		exitCode = failure(tr("'%s' names %zu cities: %s; give the id instead"), text.c_str(),
+		exitCode = notFound(tr("'%s' names %zu cities: %s; give the id instead"), text.c_str(),
 			lookup.candidates.size(), joined(lookup.candidates, kNamedCandidates).c_str());
 		return nullptr;
 	}

@@ -15,7 +15,7 @@ namespace zonclock {
 extern const char* const kCityHelp;
 
 // The city the operand names. nullptr after printing the reason, exitCode then set to
-// kExitFailed: a name that is not there is a "not found", as for 'zonclock search'.
+// kNotFound: a name that is not there (or names several cities) is no usage error.
 const Cityinfo* resolveCity(const std::string& operand, int& exitCode);
 
 // "; did you mean Tokyo (299, Japan)?" for a text that matched no city, "" when nothing is near.

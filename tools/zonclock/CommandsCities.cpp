@@ -15,6 +15,7 @@
 #include "CityOperand.h"
 #include "Command.h"
 #include "DatabaseFailure.h"
+#include "Output.h"
 #include "Session.h"
 #include "Table.h"
 #include "Texts.h"
@@ -72,20 +73,22 @@ int runList(const Invocation& invocation, Session& session)
 	const std::vector<Cityinfo>& cities = db->getAllCityList(second);
 	if (db->lastError())
 		return databaseError(db, std::string("read the ") + listName(second));
-	if (cities.empty()) {
+	if (cities.empty() && invocation.format == Format::Text) {
 		printf(tr("The %s is empty.\n"), listName(second));
 		return kExitOk;
 	}
 
-	Table table({{"#", Table::Right}, {tr("Row"), Table::Right}, {tr("Id"), Table::Right}, {tr("City")},
-		{tr("Country")}, {"GMT"}, {tr("Catalogue GMT")}, {tr("Zone")}});
+	Records rows({{"position", "#", Table::Right}, {"rowId", tr("Row"), Table::Right}, {"cityId", tr("Id"), Table::Right},
+		{"city", tr("City")}, {"country", tr("Country")}, {"gmt", "GMT"}, {"catalogueGmt", tr("Catalogue GMT")},
+		{"zone", tr("Zone")}});
 	int position = 0;
 	for (const Cityinfo& city : cities) {
-		table.addRow({std::to_string(++position), std::to_string(city.dbId), std::to_string(city.id),
-			displayName(city), displayCountry(city), ZonTimeUtil::getCurrentGMT(city.timezone_path), city.timezone,
-			city.timezone_path});
+		rows.add({Value::number(++position), Value::number(city.dbId), Value::number(city.id),
+			Value::text(displayName(city)), Value::text(displayCountry(city)),
+			Value::text(ZonTimeUtil::getCurrentGMT(city.timezone_path)), Value::text(city.timezone),
+			Value::text(city.timezone_path)});
 	}
-	table.print(stdout);
+	emit(invocation.format, stdout, "cities", rows);
 	return kExitOk;
 }
 
@@ -216,15 +219,16 @@ int runSearch(const Invocation& invocation, Session&)
 	std::string text = invocation.operands.empty() ? std::string() : invocation.operands[0];
 	std::vector<CityMatch> found = findCities(text);
 	if (found.empty())
-		return failure(tr("no catalogue city matches '%s'%s"), text.c_str(), didYouMean(text).c_str());
+		return notFound(tr("no catalogue city matches '%s'%s"), text.c_str(), didYouMean(text).c_str());
 
-	Table table({{tr("Id"), Table::Right}, {tr("City")}, {tr("Country")}, {"GMT"}, {tr("Zone")}});
+	Records rows({{"cityId", tr("Id"), Table::Right}, {"city", tr("City")}, {"country", tr("Country")},
+		{"catalogueGmt", "GMT"}, {"zone", tr("Zone")}});
 	for (const CityMatch& match : found) {
 		const Cityinfo* city = match.city;
-		table.addRow({std::to_string(city->id), displayName(*city), displayCountry(*city), city->timezone,
-			city->timezone_path});
+		rows.add({Value::number(city->id), Value::text(displayName(*city)), Value::text(displayCountry(*city)),
+			Value::text(city->timezone), Value::text(city->timezone_path)});
 	}
-	table.print(stdout);
+	emit(invocation.format, stdout, "cities", rows);
 	return kExitOk;
 }
 
@@ -248,7 +252,7 @@ void registerCityCommands(CommandSet& commands)
 		"Puts the city NEW in the place of the city OLD, in the main list or in the second\n"
 		"list. The weather cached for OLD is dropped.");
 
-	commands.add({"list", "", 0, 0, {kSecondList},
+	commands.add({"list", "", 0, 0, {kSecondList, kFormatOption},
 		"Show the main list, or the second list",
 		"Shows the cities of the main list, or of the second list, in the order they were added:\n"
 		"position, row id in the database, catalogue id, name, country, GMT offset and time zone.",
@@ -259,7 +263,7 @@ void registerCityCommands(CommandSet& commands)
 		"Remove a city from a list", removeHelp.c_str(), runRemove});
 	commands.add({"replace", "OLD NEW", 2, 2, {kSecondList},
 		"Replace a city of a list by another in its place", replaceHelp.c_str(), runReplace});
-	commands.add({"search", "[TEXT]", 0, 1, {},
+	commands.add({"search", "[TEXT]", 0, 1, {kFormatOption},
 		"Find catalogue cities by any part of their name or country",
 		"Lists the catalogue cities whose name (English, Korean or Arabic) or country contains\n"
 		"TEXT, in any case and with or without accents, with the catalogue id that the other\n"

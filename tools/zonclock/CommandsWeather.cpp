@@ -31,6 +31,7 @@
 #include "CityOperand.h"
 #include "Command.h"
 #include "DatabaseFailure.h"
+#include "Output.h"
 #include "Session.h"
 #include "Table.h"
 #include "Texts.h"
@@ -271,7 +272,10 @@ int runWeather(const Invocation& invocation, Session& session)
 			g_source_remove(id);
 	}
 
-	Table table({{tr("City")}, {tr("Weather")}, {tr("Temperature")}, {tr("From")}});
+	// The host's agent is a stand-in: its answers are labelled in the table and flagged in data.
+	Records table({{"cityId", nullptr}, {"city", tr("City")}, {"weather", tr("Weather")}, {"weatherType", nullptr},
+		{"temperature", tr("Temperature")}, {"degrees", nullptr}, {"isCentigrade", nullptr}, {"source", tr("From")},
+		{"simulated", nullptr}});
 	std::string missing;
 	std::string unlisted;
 	for (auto& request : requests) {
@@ -281,14 +285,21 @@ int runWeather(const Invocation& invocation, Session& session)
 		if (!answered)
 			missing += (missing.empty() ? "" : ", ") + displayName(*request->city);
 		std::string name = weatherName(request->data.weatherType);
-		table.addRow({displayName(*request->city), answered && !name.empty() ? name + " " + tr("(simulated)") : kNone,
-			answered ? temperatureText(request->data.currentTemperature, request->data.isCentegrade) : kNone,
-			fromText(*request)});
+		std::string temperature = answered ? temperatureText(request->data.currentTemperature, request->data.isCentegrade)
+										   : std::string(kNone);
+		bool hasTemperature = temperature != kNone;
+		table.add({Value::number(request->city->id), Value::text(displayName(*request->city)),
+			answered && !name.empty() ? Value::text(name + " " + tr("(simulated)")) : Value::none(),
+			answered ? Value::number(request->data.weatherType) : Value::none(),
+			hasTemperature ? Value::text(temperature) : Value::none(),
+			hasTemperature ? Value::number(request->data.currentTemperature) : Value::none(),
+			hasTemperature ? Value::flag(request->data.isCentegrade) : Value::none(), Value::text(fromText(*request)),
+			answered ? Value::flag(true) : Value::none()});
 		if (!request->listed)
 			unlisted += (unlisted.empty() ? "" : ", ") + displayName(*request->city);
 	}
-	table.print(stdout);
-	if (!unlisted.empty())
+	emit(invocation.format, stdout, "cities", table);
+	if (!unlisted.empty() && invocation.format == Format::Text)
 		printf(tr("\nIn no list, so not cached: %s.\n"), unlisted.c_str());
 
 	// A time-out may still be on its way to the service; the preferences are ours alone.
@@ -329,7 +340,7 @@ void registerWeatherCommands(CommandSet& commands)
 								"error, or delay=MS to answer after MS milliseconds"},
 			{"--fire-alarm", nullptr, "make the pending time-out alarm go off as soon as the\n"
 									  "answers at hand are in, instead of after ten seconds"},
-			{"--timeout", "SECONDS", "stop waiting after SECONDS (default 20)"}},
+			{"--timeout", "SECONDS", "stop waiting after SECONDS (default 20)"}, kFormatOption},
 		"Show the weather of cities, from the cache or the weather agent", help.c_str(), runWeather});
 }
 

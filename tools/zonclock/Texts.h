@@ -21,6 +21,13 @@ __attribute__((format_arg(1))) inline const char* tr(const char* msgid)
 	return dgettext(kOwnDomain, msgid);
 }
 
+// Marks a phrase of a static table for xgettext (--keyword=N_); whoever prints it calls tr(). The
+// tables are built before the device's language is known, so they must not translate yet.
+constexpr const char* N_(const char* msgid)
+{
+	return msgid;
+}
+
 } // namespace zonclock
 
 #endif /* ZONCLOCK_TEXTS_H */

@@ -43,6 +43,7 @@ int main(int argc, char** argv)
 	registerWeatherCommands(commands);
 	registerBackupCommands(commands);
 	registerDeviceCommands(commands);
+	registerPlanningCommands(commands);
 	registerHelpCommand(commands);
 	commands.setDefault("clock");
 
@@ -52,6 +53,10 @@ int main(int argc, char** argv)
 	if (code != kExitOk)
 		return code;
 
+	if (global.version) {
+		printVersion(stdout);
+		return kExitOk;
+	}
 	if (global.help) {
 		if (invocation.command)
 			printCommandHelp(*invocation.command, stdout);
@@ -86,5 +91,5 @@ int main(int argc, char** argv)
 	}
 	if (fflush(stdout) != 0)
 		return failure("cannot write the output: %s", strerror(errno));
-	return result;
+	return processExitCode(result);
 }
