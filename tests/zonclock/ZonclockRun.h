@@ -3,6 +3,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <glob.h>
 #include <unistd.h>
 #include <spawn.h>
 #include <stdlib.h>
@@ -128,9 +129,11 @@ protected:
 	// library is not installed.
 	static std::vector<std::string> frozenAt(time_t epoch)
 	{
-		const char* library = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
-		if (access(library, R_OK) != 0)
+		glob_t found;
+		if (glob("/usr/lib/{*/,}faketime/libfaketime.so.1", GLOB_BRACE, nullptr, &found) != 0)
 			return {};
+		std::string library = found.gl_pathv[0];
+		globfree(&found);
 		const char* asan = getenv("ASAN_OPTIONS");
 		// ASan wants to be the first preloaded library; here libfaketime is.
 		return {std::string("LD_PRELOAD=") + library, "FAKETIME_FMT=%s", "FAKETIME=@" + std::to_string(epoch),
