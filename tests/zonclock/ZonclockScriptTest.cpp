@@ -96,14 +96,17 @@ TEST_F(ZonclockScriptTest, ClockAndChangesInJsonAndTsvFollowTheZoneRules)
 	EXPECT_EQ(changes[1]["at"], "null");
 
 	// TSV: one header of keys, as many fields on every line, plain digits and spaces, no dash.
-	Outcome tsv = zonclock({"--region", "ar_AE", "--12h", "clock", "--format", "tsv", "Tokyo", "London"}, _frozen);
+	Outcome tsv = zonclock({"--region", "ar_EG", "--12h", "clock", "--format", "tsv", "Tokyo", "London"}, _frozen);
 	std::vector<std::string> rows = lines(tsv.out);
 	ASSERT_EQ(rows.size(), 3u) << tsv.out;
 	EXPECT_EQ(rows[0].rfind("cityId\tcity\tzone\ttime\t", 0), 0u) << rows[0];
 	for (const std::string& row : rows)
 		EXPECT_EQ(std::count(row.begin(), row.end(), '\t'), std::count(rows[0].begin(), rows[0].end(), '\t')) << row;
-	for (const char* banned : {"\xE2\x80\xAF", "\xC2\xA0", "\xD9\xA0", "\xD9\xA3", "\xE2\x80\x94", "\xE2\x80\x8F"})
-		EXPECT_FALSE(contains(tsv.out, banned)) << tsv.out;
+	std::vector<std::string> banned{"\xE2\x80\xAF", "\xC2\xA0", "\xE2\x80\x94", "\xE2\x80\x8F"};
+	for (char digit = '\xA0'; digit <= '\xA9'; ++digit)  // Arabic-Indic digits, U+0660..U+0669
+		banned.push_back(std::string("\xD9") + digit);
+	for (const std::string& text : banned)
+		EXPECT_FALSE(contains(tsv.out, text)) << tsv.out;
 }
 
 // 01:30 on 29 March does not exist in London, 01:30 on 25 October exists twice; a time without
@@ -176,7 +179,7 @@ TEST_F(ZonclockScriptTest, StandardStreamsVersionExitCodesAndWidth)
 	for (const std::string& line : lines(narrow.out))
 		EXPECT_LE(g_utf8_strlen(line.c_str(), -1), 50) << line;
 	EXPECT_TRUE(contains(narrow.out, "\u2026")) << narrow.out;
-	EXPECT_TRUE(contains(zonclock({"list"}, {"COLUMNS="}).out, "Asia/Tokyo"));
+	EXPECT_TRUE(contains(zonclock({"list"}).out, "Asia/Tokyo"));
 }
 
 } // namespace
