@@ -142,12 +142,9 @@ TEST_F(ZonclockBackupTest, NeitherAddNorRestoreGoesPastTheApplicationsLimitOfTwe
 	setLists(cities, {});
 	const Lists full = lists();
 
-	for (const char* language : {"en_US", "ko_KR"}) {
-		Outcome add = zonclock({"--language", language, "add", "Tokyo"});
-		EXPECT_EQ(1, add.exitCode);
-		EXPECT_TRUE(contains(add.err, language[0] == 'e' ? "You can't add more than 20 cities."
-														   : "\uB3C4\uC2DC\uB294 \uCD5C\uB300 20\uAC1C")) << add.err;
-	}
+	Outcome add = zonclock({"--language", "ko_KR", "add", "Tokyo"});
+	EXPECT_EQ(1, add.exitCode);
+	EXPECT_TRUE(contains(add.err, "\uB3C4\uC2DC\uB294 \uCD5C\uB300 20\uAC1C")) << "the library's notice: " << add.err;
 	EXPECT_EQ(full, lists());
 	expectRefusedRestore(tooMany, {"You can't add more than 20 cities.", "main list holds 21"});
 	// The limit is per list.
