@@ -37,6 +37,10 @@ fi
 
 # The installed zonclock finds its libraries from where it lies.
 "$prefix/bin/zonclock" --help >/dev/null || fail "installed zonclock does not run without LD_LIBRARY_PATH"
+# Its man page and bash completion lie where man and bash-completion look.
+man1=$(find "$prefix" -path '*/man1/zonclock.1' | head -n 1)
+[ -n "$man1" ] && grep -q '^\.SS zonclock at TIME' "$man1" || fail "no man page with the commands under $prefix"
+[ -f "$prefix/share/bash-completion/completions/zonclock" ] || fail "no bash completion under $prefix"
 
 [ -n "$zonclock_src" ] || exit 0
 cmake -S "$here/consumer" -B "$scratch/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \

@@ -2,6 +2,7 @@
 // through the library itself, so duplicates, order and weather go beyond what zonclock's own
 // commands can make.
 #include <climits>
+#include <numeric>
 #include <tuple>
 
 #include <sqlite3.h>
@@ -128,6 +129,26 @@ TEST_F(ZonclockBackupTest, RestoreReproducesBothListsWithOrderAndWeather)
 	setLists({1, 2}, {3});
 	EXPECT_SUCCESS(zonclock({"restore", _file}));
 	EXPECT_EQ(Lists(), lists());
+}
+
+TEST_F(ZonclockBackupTest, NeitherAddNorRestoreGoesPastTheApplicationsLimitOfTwentyCities)
+{
+	std::vector<int> cities(21);
+	std::iota(cities.begin(), cities.end(), 1);
+	setLists(cities, {});
+	EXPECT_SUCCESS(zonclock({"backup", _file}));
+	const std::string tooMany = readFile(_file);
+	cities.pop_back();
+	setLists(cities, {});
+	const Lists full = lists();
+
+	Outcome add = zonclock({"--language", "ko_KR", "add", "Tokyo"});
+	EXPECT_EQ(1, add.exitCode);
+	EXPECT_TRUE(contains(add.err, "\uB3C4\uC2DC\uB294 \uCD5C\uB300 20\uAC1C")) << "the library's notice: " << add.err;
+	EXPECT_EQ(full, lists());
+	expectRefusedRestore(tooMany, {"You can't add more than 20 cities.", "main list holds 21"});
+	// The limit is per list.
+	EXPECT_SUCCESS(zonclock({"add", "--second", "Tokyo"}));
 }
 
 TEST_F(ZonclockBackupTest, DamagedOrImplausibleFileChangesNothingAndListsEveryProblem)

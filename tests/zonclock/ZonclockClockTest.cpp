@@ -10,22 +10,6 @@
 
 namespace {
 
-// The cells of the table row whose first cell is `first`; columns are set apart by at least two
-// blanks, cells hold single ones.
-std::vector<std::string> rowOf(const std::string& table, const std::string& first)
-{
-	static const std::regex gap("  +");
-	for (const std::string& line : lines(table)) {
-		std::vector<std::string> row{std::sregex_token_iterator(line.begin(), line.end(), gap, -1), {}};
-		if (!row.empty() && row[0] == first)
-			return row;
-	}
-	return {};
-}
-
-// ICU puts a narrow no-break space before the marker.
-const std::regex kClock12("\\d{1,2}:\\d{2}( |\xE2\x80\xAF)(AM|PM)");
-const std::regex kClock24("\\d{2}:\\d{2}");
 
 enum Column { City, Time, Date, Difference, Gmt, Sunrise, Sunset, Now, Weather, ColumnCount };
 
@@ -98,9 +82,12 @@ TEST_F(ZonclockClockTest, RegionAndLanguageOptionsChangeTheTextsForOneRunOnly)
 
 	// Without a locale of its own the process would show message ids or question marks; a
 	// language without a catalogue falls back to English.
-	EXPECT_EQ(field(zonclock({"--language", "ko_KR", "diff", "Tokyo"}, {"LC_ALL=C"}).out, "List row"),
-		"\"9\uC2DC\uAC04 \uBE60\uB984\"");
-	EXPECT_EQ(field(zonclock({"--language", "fr_FR", "diff", "Tokyo"}).out, "List row"), "\"9 hrs ahead\"");
+	Outcome plainC = zonclock({"--language", "ko_KR", "diff", "Tokyo"}, {"LC_ALL=C"});
+	EXPECT_EQ(field(plainC.out, "List row"), "\"9\uC2DC\uAC04 \uBE60\uB984\"");
+	EXPECT_EQ(plainC.err, "");
+	Outcome french = zonclock({"--language", "fr_FR", "diff", "Tokyo"});
+	EXPECT_EQ(field(french.out, "List row"), "\"9 hrs ahead\"");
+	EXPECT_EQ(french.err, "zonclock: --language fr_FR: no catalogue of texts in that language; they stay in English\n");
 	EXPECT_EQ(vconfString(VCONFKEY_REGIONFORMAT), "de_DE.UTF-8");
 }
 
@@ -138,7 +125,7 @@ TEST_F(ZonclockClockTest, WeatherComesFromTheAgentThenTheCacheAndReachesTheClock
 	for (const std::vector<std::string>& row : {tokyo, kolkata}) {
 		ASSERT_EQ(row.size(), 4u) << first.out;
 		EXPECT_NE(row[1], "\u2014");
-		EXPECT_TRUE(std::regex_match(row[2], std::regex("-?\\d+ \u00B0C"))) << row[2];
+		EXPECT_TRUE(std::regex_match(row[2], std::regex("-?\\d+ \u00B0[CF]"))) << row[2];
 		EXPECT_EQ(row[3], "agent");
 	}
 	EXPECT_EQ(rowOf(zonclock({"weather", "tokyo"}).out, "Tokyo"),
@@ -185,13 +172,12 @@ TEST_F(ZonclockClockTest, AgentErrorsAndSilenceAreReportedAndKeepTheCache)
 	EXPECT_EQ(rowOf(zonclock({"weather"}).out, "Tokyo")[3].rfind("cache", 0), 0u) << "the stored answer stays";
 }
 
-TEST_F(ZonclockClockTest, BadOptionsAndOperandsAreUsageErrors)
+TEST_F(ZonclockClockTest, BadOptionsAreUsageErrors)
 {
 	for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{{"--region", "xx_YY"},
 			 {"--language", "klingon", "diff", "Tokyo"}, {"--region", "C"}, {"--24h", "--12h"}, {"--region"},
-			 {"diff", "Atlantis"}, {"diff", "Kingston"}, {"diff"}, {"sun", "0"}, {"sun", "Tokyo", "Seoul"},
-			 {"weather", "--agent", "loud"}, {"weather", "--agent", "delay=soon"}, {"weather", "--timeout", "0"},
-			 {"weather", "--timeout", "1.5"}, {"weather", "Atlantis"}, {"weather", "Tokyo", "Kingston"}})
+			 {"diff"}, {"sun", "Tokyo", "Seoul"}, {"weather", "--agent", "loud"}, {"weather", "--agent", "delay=soon"},
+			 {"weather", "--timeout", "0"}, {"weather", "--timeout", "1.5"}})
 		expectUsageError(zonclock(args), args[0] + " " + (args.size() > 1 ? args[1] : ""));
 
 	for (const char* command : {"clock", "diff", "sun", "weather"})

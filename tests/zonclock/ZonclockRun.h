@@ -3,6 +3,8 @@
 #pragma once
 
 #include <fcntl.h>
+#include <glob.h>
+#include <unistd.h>
 #include <spawn.h>
 #include <stdlib.h>
 #include <string.h>
@@ -10,6 +12,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -51,6 +54,23 @@ inline std::string field(const std::string& text, const std::string& label)
 	return "(no " + label + " line)";
 }
 
+// The cells of the table row whose first cell is `first`; columns are set apart by at least two
+// blanks, cells hold single ones.
+inline std::vector<std::string> rowOf(const std::string& table, const std::string& first)
+{
+	static const std::regex gap("  +");
+	for (const std::string& line : lines(table)) {
+		std::vector<std::string> row{std::sregex_token_iterator(line.begin(), line.end(), gap, -1), {}};
+		if (!row.empty() && row[0] == first)
+			return row;
+	}
+	return {};
+}
+
+// ICU puts a narrow no-break space before the marker.
+inline const std::regex kClock12("\\d{1,2}:\\d{2}( |\xE2\x80\xAF)(AM|PM)");
+inline const std::regex kClock24("\\d{2}:\\d{2}");
+
 #define EXPECT_SUCCESS(run) EXPECT_EQ((run).exitCode, 0) << (run).err
 
 // Usage errors are one "zonclock: " line on stderr, nothing on stdout, and exit code 2.
@@ -89,10 +109,13 @@ protected:
 		posix_spawn_file_actions_init(&actions);
 		posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
 		posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+		if (!_stdin.empty())
+			posix_spawn_file_actions_addopen(&actions, 0, _stdin.c_str(), O_RDONLY, 0);
 		args.insert(args.begin(), ZONCLOCK_PATH);
 		env.insert(env.end(), {"TZ=UTC", "ZON_HOST_ROOT=" + _envRoot});
 		for (char** e = environ; *e; ++e) {
-			if (strncmp(*e, "TZ=", 3) != 0 && strncmp(*e, "ZON_HOST_ROOT=", 14) != 0)
+			// A terminal's COLUMNS would cut the tables the tests read.
+			if (strncmp(*e, "TZ=", 3) != 0 && strncmp(*e, "ZON_HOST_ROOT=", 14) != 0 && strncmp(*e, "COLUMNS=", 8) != 0)
 				env.push_back(*e);
 		}
 		std::vector<char*> argv, envp;
@@ -121,6 +144,22 @@ protected:
 		zon_host_reset();
 	}
 
+	// Variables that start zonclock with its clock at `epoch` (libfaketime); empty when the
+	// library is not installed.
+	static std::vector<std::string> frozenAt(time_t epoch)
+	{
+		glob_t found;
+		if (glob("/usr/lib/{*/,}faketime/libfaketime.so.1", GLOB_BRACE, nullptr, &found) != 0)
+			return {};
+		std::string library = found.gl_pathv[0];
+		globfree(&found);
+		const char* asan = getenv("ASAN_OPTIONS");
+		// ASan wants to be the first preloaded library; here libfaketime is.
+		return {std::string("LD_PRELOAD=") + library, "FAKETIME_FMT=%s", "FAKETIME=@" + std::to_string(epoch),
+			"DONT_FAKE_MONOTONIC=1", std::string("ASAN_OPTIONS=") + (asan ? asan : "") + ":verify_asan_link_order=0"};
+	}
+
+	std::string _stdin;  // the file standard input reads, when set
 	std::string _tmp;
 	std::string _root;
 	std::string _envRoot;

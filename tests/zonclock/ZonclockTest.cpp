@@ -74,35 +74,13 @@ TEST_F(ZonclockTest, AddRemoveAndReplaceKeepEachListInOrder)
 	EXPECT_FALSE(std::filesystem::exists(_envRoot));
 }
 
-TEST_F(ZonclockTest, CityOperandsThatNameNoSingleCityAreRefusedBeforeTheDevice)
-{
-	const struct {
-		std::vector<std::string> args;
-		std::vector<const char*> said;
-	} cases[] = {
-		{{"add", "st. john's"}, {"282", "283", "Canada"}},
-		{{"remove", "Kingston"}, {"153", "154"}},
-		{{"add", "Atlantis"}, {"Atlantis"}},
-		{{"add", "0"}, {}},
-		{{"add", "332"}, {}},
-		{{"add", "99999999999999999999"}, {}},
-		{{"replace", "Tokyo", "San Jose"}, {}},
-	};
-	for (const auto& c : cases) {
-		Outcome result = zonclock(c.args);
-		EXPECT_EQ(result.exitCode, 2) << c.args[1];
-		for (const char* text : c.said)
-			EXPECT_TRUE(contains(result.err, text)) << result.err;
-	}
-	EXPECT_FALSE(std::filesystem::exists(_root));
-}
-
 TEST_F(ZonclockTest, BadCommandLinesGiveOneLineAndHelpGoesToStandardOutput)
 {
 	for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
 			 {"frobnicate"}, {"add"}, {"add", "Tokyo", "Seoul"}, {"replace", "Tokyo"}, {"list", "--bogus"},
 			 {"--second", "list"}, {"list", "--second=yes"}, {"list", "extra"}, {"help", "frobnicate"},
-			 {"search", "a", "b"}})
+			 {"search", "a", "b"}, {"list", "--format", "xml"}, {"at", "25:00"}, {"at", "2026-02-30T10:00"},
+			 {"changes", "--days", "0"}, {"--second", "--format=json", "list"}, {"now"}})
 		expectUsageError(zonclock(args), args[0]);
 	expectUsageError(run({"list", "--root"}), "--root without a value");
 	expectUsageError(run({"--root=", "list"}), "empty --root");
@@ -116,28 +94,6 @@ TEST_F(ZonclockTest, BadCommandLinesGiveOneLineAndHelpGoesToStandardOutput)
 	EXPECT_TRUE(contains(zonclock({"add", "--help"}).out, "zonclock add CITY [--second]"));
 	EXPECT_FALSE(std::filesystem::exists(_root));
 	EXPECT_FALSE(std::filesystem::exists(_envRoot));
-}
-
-TEST_F(ZonclockTest, SearchListsCataloguePrefixMatchesWithoutTheDevice)
-{
-	std::vector<std::string> sanJose = lines(zonclock({"search", "SAN J"}).out);
-	ASSERT_EQ(sanJose.size(), 5u);    // header, rule, San Jose twice, San Juan
-	EXPECT_EQ(sanJose[2].substr(0, 3), "262");
-	EXPECT_EQ(sanJose[3].substr(0, 3), "263");
-	EXPECT_TRUE(contains(sanJose[3], "Costa Rica"));
-
-	// A blank ends a word: "New " leaves out Newfoundland.
-	const std::pair<std::vector<std::string>, size_t> counts[] = {
-		{{"search", "cairo"}, 1}, {{"search", "new"}, 3}, {{"search", "new "}, 2}, {{"search"}, 331}};
-	for (const auto& [args, found] : counts) {
-		Outcome result = zonclock(args);
-		EXPECT_SUCCESS(result);
-		EXPECT_EQ(lines(result.out).size(), 2 + found) << result.out;
-	}
-	Outcome none = zonclock({"search", "xyz"});
-	EXPECT_EQ(none.exitCode, 1);
-	EXPECT_EQ(none.out, "");
-	EXPECT_FALSE(std::filesystem::exists(_root));
 }
 
 } // namespace

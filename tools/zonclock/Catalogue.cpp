@@ -7,9 +7,12 @@
 #include <iterator>
 
 #include <glib.h>
+#include <libintl.h>
 
 // The only file of zonclock that includes the catalogue: each includer gets its own copy.
 #include "ZonCityList.h"
+
+#include "CitySearch.h"
 
 namespace zonclock {
 
@@ -70,9 +73,13 @@ CityLookup lookupCity(const std::string& text)
 		return result;
 	}
 
-	for (const Cityinfo& city : allCityList) {
-		if (g_ascii_strcasecmp(displayName(city).c_str(), wanted.c_str()) == 0)
-			result.candidates.push_back(&city);
+	// The best tier decides: an exact name wins over any number of longer names that contain it,
+	// and a part of a name is taken when it belongs to one city alone.
+	std::vector<CityMatch> matches = findCities(wanted);
+	for (const CityMatch& match : matches) {
+		if (match.tier != matches.front().tier || match.tier == CityMatch::Country)
+			break;
+		result.candidates.push_back(match.city);
 	}
 	if (result.candidates.size() == 1) {
 		result.status = CityLookup::Found;
@@ -82,19 +89,6 @@ CityLookup lookupCity(const std::string& text)
 		result.status = result.candidates.empty() ? CityLookup::UnknownName : CityLookup::Ambiguous;
 	}
 	return result;
-}
-
-std::vector<const Cityinfo*> searchCities(const std::string& prefix)
-{
-	// A trailing blank is kept: "new " asks for the word New alone. The catalogue's own trailing
-	// blanks ("Cairo ") then match as typed.
-	std::string wanted = prefix.substr(std::min(prefix.find_first_not_of(' '), prefix.size()));
-	std::vector<const Cityinfo*> found;
-	for (const Cityinfo& city : allCityList) {
-		if (g_ascii_strncasecmp(city.cityname_eng, wanted.c_str(), wanted.size()) == 0)
-			found.push_back(&city);
-	}
-	return found;
 }
 
 bool hasDisplayTwin(const Cityinfo& city)
@@ -157,6 +151,17 @@ std::string displayCountry(const Cityinfo& city)
 std::string describeCity(const Cityinfo& city)
 {
 	return displayName(city) + " (" + std::to_string(city.id) + ", " + displayCountry(city) + ")";
+}
+
+std::string listLimitNotice()
+{
+	const char* id = "PLURAL_ZERO_ZON_TPOP_CANT_ADD_MORE_THAN_PD_CITIES_ABB";
+	// The catalogue's forms carry the number as one "%d", or leave it out ("no city at all").
+	std::string text = dngettext("zonvista", id, id, kListLimit);
+	size_t at = text.find("%d");
+	if (at != std::string::npos)
+		text.replace(at, 2, std::to_string(kListLimit));
+	return text;
 }
 
 } // namespace zonclock

@@ -1,9 +1,9 @@
 /*
  * Catalogue.h - finding catalogue cities from what a user types.
  *
- * A user names a city by its catalogue id ("283") or its English name in any case ("cairo").
- * English names are not unique (two "St. John's", two "Kingston", two "San Jose"), so a lookup
- * by name can come back with several candidates; the caller decides how to report that.
+ * A user names a city by its catalogue id ("283") or by (part of) a name ("cairo", "york").
+ * Names are not unique (two "St. John's", two "Kingston", two "San Jose"), so a lookup by name
+ * can come back with several candidates; the caller decides how to report that.
  *
  * The records returned point into zonclock's own copy of the catalogue and live as long as the
  * program.
@@ -29,13 +29,11 @@ struct CityLookup {
 	std::vector<const Cityinfo*> candidates;     // set when Ambiguous, in catalogue order
 };
 
-// Digits only: an id. Anything else: an English name, matched without regard to ASCII case or
-// to blanks around either side.
+// Digits only: an id. Anything else: a name as findCities() (CitySearch.h) matches it, taken
+// when the best tier that matches holds one city; an operand matching only by country names
+// no city. Several cities in that tier (the two "Kingston", or "san") come back as candidates,
+// best first.
 CityLookup lookupCity(const std::string& text);
-
-// Cities whose English name starts with prefix (ASCII case and leading blanks ignored), in
-// catalogue order. An empty prefix matches every city.
-std::vector<const Cityinfo*> searchCities(const std::string& prefix);
 
 // Whether another catalogue city has the same name string id and GMT text: the pair by which
 // the library looks a city up from display data (the two "Kingston" rows, for one).
@@ -49,6 +47,12 @@ std::string displayCountry(const Cityinfo& city);
 std::string describeCity(const Cityinfo& city);
 
 std::string trim(const std::string& text);
+
+// The most cities the watch application keeps in one list; it refuses the next with its notice.
+const int kListLimit = 20;
+// That notice, the library's own text in the language gettext follows ("You can't add more than
+// 20 cities.").
+std::string listLimitNotice();
 
 } // namespace zonclock
 

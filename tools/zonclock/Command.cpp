@@ -5,7 +5,12 @@
 #include <cstring>
 #include <string>
 
+#include <CLI/CLI.hpp>
+
+#include "Catalogue.h"
+#include "Output.h"
 #include "Printable.h"
+#include "Texts.h"
 
 namespace zonclock {
 
@@ -23,6 +28,50 @@ int report(int code, const char* format, va_list args)
 		vsnprintf(&message[0], message.size() + 1, format, args);
 	fprintf(stderr, "zonclock: %s\n", printable(message, 4 * kPrintableLimit).c_str());
 	return code;
+}
+
+const char* const kFormatsHelp = N_(
+	"--format json or tsv prints a command's data for scripts: JSON with stable keys, or\n"
+	"tab-separated values under a line of the same keys, with ASCII digits and spaces and\n"
+	"an empty field where the table shows a dash. Instants are ISO 8601 with their offset,\n"
+	"offsets are given in seconds and as +09:00. Tables are cut to the terminal's width;\n"
+	"written to a pipe or a file they are whole.");
+const char* const kExitHelp = N_("Exit status: 0 done, 1 failed or nothing found, 2 the command line was wrong.");
+
+// Commands for the shell and the build ("__complete", "__man"), kept out of the help.
+bool isHidden(const Command& command)
+{
+	return command.name[0] == '_';
+}
+
+// Text for a man page: backslashes escaped, no line taken for a request.
+std::string roff(const std::string& text)
+{
+	std::string result;
+	bool lineStart = true;
+	for (char c : text) {
+		if (lineStart && (c == '.' || c == '\''))
+			result += "\\&";
+		if (c == '\\')
+			result += "\\e";
+		else if (c == '-')
+			result += "\\-";
+		else
+			result += c;
+		lineStart = c == '\n';
+	}
+	return result;
+}
+
+void printManOptions(const std::vector<Option>& options, FILE* out)
+{
+	for (const Option& option : options) {
+		if (option.valueName)
+			fprintf(out, ".TP\n.BI \"%s \" %s\n", roff(option.name).c_str(), option.valueName);
+		else
+			fprintf(out, ".TP\n.B %s\n", roff(option.name).c_str());
+		fprintf(out, "%s\n", roff(tr(option.help)).c_str());
+	}
 }
 
 std::string usageLine(const Command& command)
@@ -52,25 +101,12 @@ void printOptions(const std::vector<Option>& options, FILE* out)
 	}
 	for (size_t i = 0; i < options.size(); ++i) {
 		// Continuation lines of a help text line up under its first line.
-		std::string help = options[i].help;
+		std::string help = tr(options[i].help);
 		std::string indent = "\n" + std::string(width + 4, ' ');
 		for (size_t at = help.find('\n'); at != std::string::npos; at = help.find('\n', at + indent.size()))
 			help.replace(at, 1, indent);
 		fprintf(out, "  %-*s  %s\n", static_cast<int>(width), labels[i].c_str(), help.c_str());
 	}
-}
-
-const std::vector<Option>& globalOptions()
-{
-	static const std::vector<Option> options = {
-		{"--root", "DIR", "use DIR as the simulated device\n"
-			"(default: $ZON_HOST_ROOT, else $XDG_DATA_HOME/zon-host)"},
-		{"--region", "LOCALE", "region format of this run: dates, clocks, digits (e.g. ko_KR)"},
-		{"--language", "LOCALE", "display language of this run: the catalogue's texts"},
-		{"--24h, --12h", nullptr, "24- or 12-hour clock for this run"},
-		{"-h, --help", nullptr, "show help; 'zonclock help COMMAND' for one command"},
-	};
-	return options;
 }
 
 } // namespace
@@ -90,11 +126,45 @@ const Command* CommandSet::find(const std::string& name) const
 	return nullptr;
 }
 
+const std::vector<Option>& globalOptions()
+{
+	static const std::vector<Option> options = {
+		{"--root", "DIR", "use DIR as the simulated device\n"
+			"(default: $ZON_HOST_ROOT, else $XDG_DATA_HOME/zon-host)"},
+		{"--region", "LOCALE", "region format of this run: dates, clocks, digits (e.g. ko_KR)"},
+		{"--language", "LOCALE", "display language of this run: the catalogue's texts"},
+		{"--24h", nullptr, "24-hour clock for this run"},
+		{"--12h", nullptr, "12-hour clock for this run"},
+		{"-h, --help", nullptr, "show help; 'zonclock help COMMAND' for one command"},
+		{"--version", nullptr, "show zonclock's version"},
+	};
+	return options;
+}
+
+void printVersion(FILE* out)
+{
+	fprintf(out, "zonclock %s\n", ZONCLOCK_VERSION);
+}
+
+int processExitCode(int result)
+{
+	return result == kNotFound ? kExitFailed : result;
+}
+
 int usageError(const char* format, ...)
 {
 	va_list args;
 	va_start(args, format);
 	int code = report(kExitUsage, format, args);
+	va_end(args);
+	return code;
+}
+
+int notFound(const char* format, ...)
+{
+	va_list args;
+	va_start(args, format);
+	int code = report(kNotFound, format, args);
 	va_end(args);
 	return code;
 }
@@ -108,95 +178,163 @@ int failure(const char* format, ...)
 	return code;
 }
 
+namespace {
+
+// "-h, --help" -> "--help": the name an invocation knows an option by.
+std::string longName(const char* names)
+{
+	std::string text = names;
+	size_t comma = text.rfind(',');
+	return comma == std::string::npos ? text : trim(text.substr(comma + 1));
+}
+
+// One row of the tables turned into CLI11's option; values are read back from it after parsing.
+CLI::Option* addOption(CLI::App& app, const Option& row)
+{
+	if (!row.valueName)
+		return app.add_flag(row.name)->disable_flag_override();
+	return app.add_option(row.name)->type_name(row.valueName)->expected(1)
+		->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+}
+
+struct Given {
+	const Option* row;
+	CLI::Option* option;
+};
+
+// The value of each option given, keyed by its long name; an option that takes a value must not
+// get an empty one.
+int collect(const std::vector<Given>& given, std::map<std::string, std::string>& values)
+{
+	for (const Given& one : given) {
+		if (one.option->count() == 0)
+			continue;
+		std::string name = longName(one.row->name);
+		std::string value = one.row->valueName ? one.option->as<std::string>() : std::string();
+		if (one.row->valueName && value.empty())
+			return usageError(tr("option '%s' needs %s"), name.c_str(), one.row->valueName);
+		values[name] = value;
+	}
+	return kExitOk;
+}
+
+int applyGlobals(const std::map<std::string, std::string>& values, GlobalOptions& global)
+{
+	for (const auto& [name, value] : values) {
+		if (name == "--root")
+			global.root = value;
+		else if (name == "--region")
+			global.settings.region = value;
+		else if (name == "--language")
+			global.settings.language = value;
+		else if (name == "--help")
+			global.help = true;
+		else if (name == "--version")
+			global.version = true;
+	}
+	bool clock24 = values.count("--24h") != 0, clock12 = values.count("--12h") != 0;
+	if (clock24 && clock12)
+		return usageError("%s", tr("--24h and --12h contradict each other; give one of them"));
+	if (clock24 || clock12)
+		global.settings.clock = clock24 ? SettingOverrides::Clock24 : SettingOverrides::Clock12;
+	return kExitOk;
+}
+
+} // namespace
+
 int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOptions& global,
 	Invocation& invocation)
 {
 	invocation.commands = &commands;
-	bool optionsEnded = false;
+	CLI::App app("zonclock", "zonclock");
+	// Help comes from zonclock's own tables; an unknown word is reported in zonclock's words.
+	app.set_help_flag();
+	app.allow_extras();
+	app.require_subcommand(0, 1);
+	std::vector<Given> globals;
+	for (const Option& row : globalOptions())
+		globals.push_back({&row, addOption(app, row)});
 
-	for (int i = 1; i < argc; ++i) {
-		std::string arg = argv[i];
-		if (optionsEnded || arg.size() < 2 || arg[0] != '-') {
-			if (invocation.command) {
-				invocation.operands.push_back(arg);
-				continue;
-			}
-			invocation.command = commands.find(arg);
-			if (!invocation.command)
-				return usageError("unknown command '%s' (see 'zonclock --help')", arg.c_str());
-			continue;
-		}
-		if (arg == "--") {
-			optionsEnded = true;
-			continue;
-		}
+	// Without a command the default one runs: its options may stand alone ("zonclock --second").
+	const Command* fallback = commands.find(commands.defaultName());
+	std::vector<Given> fallbackOptions;
+	for (size_t i = 0; fallback && i < fallback->options.size(); ++i)
+		fallbackOptions.push_back({&fallback->options[i], addOption(app, fallback->options[i])});
 
-		std::string name = arg;
-		std::string value;
-		bool inlineValue = false;
-		size_t equals = arg.find('=');
-		if (arg.compare(0, 2, "--") == 0 && equals != std::string::npos) {
-			name = arg.substr(0, equals);
-			value = arg.substr(equals + 1);
-			inlineValue = true;
-		}
-
-		// A command's own option of the same name would never be reached.
-		static const std::vector<Option> globals = {
-			{"--help", nullptr, ""}, {"-h", nullptr, ""}, {"--root", "DIR", ""},
-			{"--region", "LOCALE", ""}, {"--language", "LOCALE", ""},
-			{"--24h", nullptr, ""}, {"--12h", nullptr, ""},
-		};
-		const Option* option = nullptr;
-		bool isGlobal = true;
-		for (const Option& candidate : globals) {
-			if (name == candidate.name)
-				option = &candidate;
-		}
-		if (!option && invocation.command) {
-			isGlobal = false;
-			for (const Option& candidate : invocation.command->options) {
-				if (name == candidate.name)
-					option = &candidate;
-			}
-		}
-		if (!option) {
-			if (invocation.command)
-				return usageError("unknown option '%s' for '%s' (see 'zonclock %s --help')",
-					name.c_str(), invocation.command->name, invocation.command->name);
-			return usageError("unknown option '%s' (see 'zonclock --help')", name.c_str());
-		}
-
-		if (!option->valueName && inlineValue)
-			return usageError("option '%s' takes no value", name.c_str());
-		if (option->valueName && !inlineValue) {
-			if (i + 1 >= argc)
-				return usageError("option '%s' needs %s", name.c_str(), option->valueName);
-			value = argv[++i];
-		}
-		if (option->valueName && value.empty())
-			return usageError("option '%s' needs %s", name.c_str(), option->valueName);
-
-		if (!isGlobal) {
-			invocation.options[name] = value;
-		} else if (name == "--root") {
-			global.root = value;
-		} else if (name == "--region") {
-			global.settings.region = value;
-		} else if (name == "--language") {
-			global.settings.language = value;
-		} else if (name == "--24h" || name == "--12h") {
-			SettingOverrides::Clock clock = name == "--24h" ? SettingOverrides::Clock24 : SettingOverrides::Clock12;
-			if (global.settings.clock != SettingOverrides::ClockAsSet && global.settings.clock != clock)
-				return usageError("--24h and --12h contradict each other; give one of them");
-			global.settings.clock = clock;
-		} else {
-			global.help = true;
-		}
+	std::vector<std::vector<Given>> ownOptions(commands.all().size());
+	std::vector<std::vector<std::string>> operands(commands.all().size());
+	std::vector<CLI::App*> subcommands;
+	for (size_t i = 0; i < commands.all().size(); ++i) {
+		const Command& command = commands.all()[i];
+		CLI::App* sub = app.add_subcommand(command.name);
+		sub->set_help_flag();
+		sub->allow_extras();
+		// Global options may follow the command.
+		sub->fallthrough();
+		sub->add_option("operands", operands[i]);
+		for (const Option& row : command.options)
+			ownOptions[i].push_back({&row, addOption(*sub, row)});
+		subcommands.push_back(sub);
 	}
 
-	// Asking for help is never wrong, whatever the operands.
-	if (global.help)
+	// CLI11 would take the next word as the value of "--root=".
+	for (int i = 1; i < argc && strcmp(argv[i], "--") != 0; ++i) {
+		size_t length = strlen(argv[i]);
+		if (length > 3 && strncmp(argv[i], "--", 2) == 0 && argv[i][length - 1] == '=')
+			return usageError(tr("option '%.*s' needs a value"), static_cast<int>(length - 1), argv[i]);
+	}
+	try {
+		app.parse(argc, argv);
+	} catch (const CLI::ParseError& error) {
+		return usageError("%s", error.what());
+	}
+
+	size_t chosen = subcommands.size();
+	for (size_t i = 0; i < subcommands.size(); ++i) {
+		if (subcommands[i]->parsed())
+			chosen = i;
+	}
+	for (const std::string& extra : app.remaining()) {
+		if (extra == "--")
+			continue;
+		if (extra[0] == '-' && extra.size() > 1)
+			return usageError(tr("unknown option '%s' (see 'zonclock --help')"), extra.c_str());
+		if (chosen == subcommands.size())
+			return usageError(tr("unknown command '%s' (see 'zonclock --help')"), extra.c_str());
+	}
+	int code = kExitOk;
+	std::map<std::string, std::string> globalValues;
+	if ((code = collect(globals, globalValues)) != kExitOk || (code = applyGlobals(globalValues, global)) != kExitOk)
+		return code;
+	for (const Given& one : fallbackOptions) {
+		if (one.option->count() != 0 && chosen < subcommands.size() && &commands.all()[chosen] != fallback) {
+			const char* name = commands.all()[chosen].name;
+			return usageError(tr("unknown option '%s' for '%s' (see 'zonclock %s --help')"),
+				longName(one.row->name).c_str(), name, name);
+		}
+	}
+	if ((code = collect(fallbackOptions, invocation.options)) != kExitOk)
+		return code;
+	if (chosen < subcommands.size()) {
+		invocation.command = &commands.all()[chosen];
+		for (const std::string& extra : subcommands[chosen]->remaining()) {
+			if (extra == "--")
+				continue;
+			const char* name = invocation.command->name;
+			return usageError(tr("unknown option '%s' for '%s' (see 'zonclock %s --help')"),
+				extra.substr(0, extra.find('=')).c_str(), name, name);
+		}
+		invocation.operands = operands[chosen];
+		if ((code = collect(ownOptions[chosen], invocation.options)) != kExitOk)
+			return code;
+	}
+
+	auto format = invocation.options.find(kFormatOption.name);
+	if (format != invocation.options.end() && !formatNamed(format->second, invocation.format))
+		return usageError(tr("--format: '%s' is not text, json or tsv"), format->second.c_str());
+
+	// Asking for help (or the version) is never wrong, whatever the operands.
+	if (global.help || global.version)
 		return kExitOk;
 
 	if (!invocation.command)
@@ -227,8 +365,10 @@ void printProgramHelp(const CommandSet& commands, FILE* out)
 	size_t width = 0;
 	for (const Command& command : commands.all())
 		width = std::max(width, strlen(command.name));
-	for (const Command& command : commands.all())
-		fprintf(out, "  %-*s  %s\n", static_cast<int>(width), command.name, command.summary);
+	for (const Command& command : commands.all()) {
+		if (!isHidden(command))
+			fprintf(out, "  %-*s  %s\n", static_cast<int>(width), command.name, tr(command.summary));
+	}
 	fprintf(out, "\nGlobal options:\n");
 	printOptions(globalOptions(), out);
 	fprintf(out,
@@ -236,17 +376,47 @@ void printProgramHelp(const CommandSet& commands, FILE* out)
 		"change the device's settings for one run: they are put back when zonclock ends.\n"
 		"The platform log of the last run is in DIR/zonclock.log, unless ZON_HOST_LOG\n"
 		"names another file.\n", commands.defaultName());
+	fprintf(out, "\n%s\n\n%s\n", tr(kFormatsHelp), tr(kExitHelp));
 }
 
 void printCommandHelp(const Command& command, FILE* out)
 {
-	fprintf(out, "Usage: %s\n\n%s\n", usageLine(command).c_str(), command.description);
+	fprintf(out, "Usage: %s\n\n%s\n", usageLine(command).c_str(), tr(command.description));
 	if (!command.options.empty()) {
 		fprintf(out, "\nOptions:\n");
 		printOptions(command.options, out);
 	}
 	fprintf(out, "\nGlobal options:\n");
 	printOptions(globalOptions(), out);
+}
+
+void printManPage(const CommandSet& commands, FILE* out)
+{
+	fprintf(out, ".TH ZONCLOCK 1 \"\" \"zonclock %s\" \"User Commands\"\n", ZONCLOCK_VERSION);
+	fprintf(out, ".SH NAME\nzonclock \\- a world clock on the city lists of a simulated watch\n");
+	fprintf(out, ".SH SYNOPSIS\n.B zonclock\n[\\fIGLOBAL OPTIONS\\fR] [\\fICOMMAND\\fR] [\\fIOPERANDS\\fR] "
+		"[\\fIOPTIONS\\fR]\n");
+	fprintf(out, ".SH DESCRIPTION\nWithout a command, zonclock runs \\fB%s\\fR.\n", commands.defaultName());
+	fprintf(out, ".SH COMMANDS\n");
+	for (const Command& command : commands.all()) {
+		if (isHidden(command))
+			continue;
+		fprintf(out, ".SS %s\n%s\n.PP\n%s\n", roff(usageLine(command)).c_str(), roff(tr(command.summary)).c_str(),
+			roff(tr(command.description)).c_str());
+		if (!command.options.empty()) {
+			fprintf(out, ".RS\n");
+			printManOptions(command.options, out);
+			fprintf(out, ".RE\n");
+		}
+	}
+	fprintf(out, ".SH GLOBAL OPTIONS\n");
+	printManOptions(globalOptions(), out);
+	fprintf(out, ".SH OUTPUT FORMATS\n%s\n.SH EXIT STATUS\n%s\n", roff(tr(kFormatsHelp)).c_str(),
+		roff(tr(kExitHelp)).c_str());
+	fprintf(out, ".SH ENVIRONMENT\n.TP\n.B ZON_HOST_ROOT\n%s\n.TP\n.B ZON_HOST_LOG\n%s\n.TP\n.B COLUMNS\n%s\n",
+		roff(tr("the simulated device when --root is not given")).c_str(),
+		roff(tr("the file that takes the platform log")).c_str(),
+		roff(tr("the width tables are cut to when standard output is no terminal")).c_str());
 }
 
 } // namespace zonclock

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include <glib.h>
+#include <unistd.h>
 
 #include <app_control.h>
 #include <zon-host/zon_host.h>
@@ -34,12 +35,16 @@
 #include "RestoreCheck.h"
 #include "RestoreModel.h"
 #include "Session.h"
+#include "Texts.h"
 #include "ZonDBManager.h"
 #include "ZonJsonBuilder.h"
 
 namespace zonclock {
 
 namespace {
+
+// The FILE operand that means standard output (backup) or standard input (restore).
+const char* const kStandardStream = "-";
 
 // Steps of a session are a handful of main-loop turns each; this only bounds a runaway.
 const int kMaxDispatches = 100000;
@@ -295,10 +300,16 @@ bool copyFile(const std::string& from, const std::string& to, std::string& why)
 	gchar* data = nullptr;
 	gsize length = 0;
 	GError* error = nullptr;
-	bool ok = g_file_get_contents(from.c_str(), &data, &length, &error)
-		&& g_file_set_contents(to.c_str(), data, static_cast<gssize>(length), &error);
-	if (!ok) {
-		why = error ? error->message : "unknown error";
+	bool ok = g_file_get_contents(from.c_str(), &data, &length, &error);
+	if (ok && to == kStandardStream) {
+		ok = fwrite(data, 1, length, stdout) == length && fflush(stdout) == 0;
+		if (!ok)
+			why = strerror(errno);
+	} else if (ok) {
+		ok = g_file_set_contents(to.c_str(), data, static_cast<gssize>(length), &error);
+	}
+	if (!ok && error) {
+		why = error->message;
 		g_clear_error(&error);
 	}
 	g_free(data);
@@ -327,49 +338,99 @@ int runBackup(const Invocation& invocation, Session& session)
 		return failure("cannot write %s: %s", file.c_str(), stored ? why.c_str() : "the service kept no backup");
 
 	const std::vector<CityRecord>& cities = app.backup->cities();
-	printf("Backed up %s of the main list and %zu of the second list to %s.\n", citiesOf(cities, false).c_str(),
-		countOf(cities, true), printable(file).c_str());
+	// With FILE "-" standard output carries the backup itself.
+	fprintf(file == kStandardStream ? stderr : stdout, "Backed up %s of the main list and %zu of the second list to %s.\n", citiesOf(cities, false).c_str(),
+		countOf(cities, true), printable(file == kStandardStream ? tr("the standard output") : file).c_str());
 	return kExitOk;
 }
 
+// Standard input, kept in a file of its own for the service to read; removed when done.
+class StandardInputCopy {
+public:
+	~StandardInputCopy()
+	{
+		if (!_path.empty())
+			remove(_path.c_str());
+	}
+
+	bool take(std::string& path, std::string& why)
+	{
+		gchar* name = nullptr;
+		GError* error = nullptr;
+		int fd = g_file_open_tmp("zonclock-restore-XXXXXX", &name, &error);
+		if (fd < 0) {
+			why = error->message;
+			g_error_free(error);
+			return false;
+		}
+		_path = path = name;
+		g_free(name);
+		FILE* copy = fdopen(fd, "w");
+		char buffer[65536];
+		size_t got;
+		bool ok = copy != nullptr;
+		while (ok && (got = fread(buffer, 1, sizeof buffer, stdin)) > 0)
+			ok = fwrite(buffer, 1, got, copy) == got;
+		ok = ok && !ferror(stdin);
+		if (!ok)
+			why = strerror(errno);
+		if (copy ? fclose(copy) != 0 : close(fd) != 0)
+			ok = false;
+		return ok;
+	}
+
+private:
+	std::string _path;
+};
+
 int runRestore(const Invocation& invocation, Session& session)
 {
-	const std::string& file = invocation.operands[0];
+	const std::string& operand = invocation.operands[0];
+	std::string file = operand;
+	StandardInputCopy input;
+	std::string why;
+	if (operand == kStandardStream && !input.take(file, why))
+		return failure(tr("cannot read the standard input: %s"), why.c_str());
+	std::string shown = operand == kStandardStream ? tr("the standard input") : operand;
 	// Checked before the device is touched.
 	if (g_file_test(file.c_str(), G_FILE_TEST_IS_DIR))
-		return failure("cannot read %s: %s", file.c_str(), strerror(EISDIR));
+		return failure("cannot read %s: %s", shown.c_str(), strerror(EISDIR));
 	FILE* readable = fopen(file.c_str(), "r");
 	if (!readable)
-		return failure("cannot read %s: %s", file.c_str(), strerror(errno));
+		return failure("cannot read %s: %s", shown.c_str(), strerror(errno));
 	fclose(readable);
 
 	ZonDBManager* db = session.db();
 	Application app;
-	std::string why;
 	bool ok = runSession(app, ZON_HOST_CLOUD_RESTORE, file.c_str(), why);
 	CityRestore* restore = app.restore.get();
 	if (restore)
 		restore->discardFile();
 	if (!ok) {
 		if (restore && restore->records().seen() == 0 && !app.runFailed)
-			return failure("%s holds no records that can be read; nothing was changed (see %s)", file.c_str(),
+			return failure("%s holds no records that can be read; nothing was changed (see %s)", shown.c_str(),
 				session.logPath().c_str());
 		return failure("restore failed: %s; nothing was changed (see %s)", why.c_str(), session.logPath().c_str());
 	}
 
 	RestoreCheck& records = restore->records();
 	if (!records.check()) {
-		fprintf(stderr, "zonclock: cannot restore from %s, nothing was changed:\n", printable(file).c_str());
+		fprintf(stderr, "zonclock: cannot restore from %s, nothing was changed:\n", printable(shown).c_str());
 		for (const std::string& problem : records.problems())
 			fprintf(stderr, "  %s\n", printable(problem).c_str());
 		return kExitFailed;
 	}
 	std::vector<CityRecord> cities = records.inListOrder();
+	for (bool second : {false, true}) {
+		if (countOf(cities, second) > static_cast<size_t>(kListLimit))
+			return failure(tr("cannot restore from %s, nothing was changed: %s (its %s holds %zu)"), file.c_str(),
+				listLimitNotice().c_str(), listName(second), countOf(cities, second));
+	}
 	if (!applyRestore(db, cities, why))
-		return failure("cannot restore from %s, nothing was changed: %s", file.c_str(), why.c_str());
+		return failure("cannot restore from %s, nothing was changed: %s", shown.c_str(), why.c_str());
 
 	printf("Restored %s to the main list and %zu to the second list from %s.\n", citiesOf(cities, false).c_str(),
-		countOf(cities, true), printable(file).c_str());
+		countOf(cities, true), printable(shown).c_str());
 	return kExitOk;
 }
 
@@ -382,14 +443,15 @@ void registerBackupCommands(CommandSet& commands)
 		"Backs up the main list and the second list, in their order and with the weather cached\n"
 		"for each city, through the device's cloud backup service, and writes the backup the\n"
 		"service accepted to FILE (replaced if it exists). FILE is a record file of the cloud\n"
-		"service: a text file with one [record N] group per record, each value a JSON text.",
+		"service: a text file with one [record N] group per record, each value a JSON text.\n"
+		"FILE '-' writes the backup to standard output and the summary to standard error.",
 		runBackup});
 	commands.add({"restore", "FILE", 1, 1, {},
 		"Replace both city lists by those of a backup file",
 		"Replaces the main list and the second list, and the cached weather, by what FILE holds,\n"
 		"a file written by 'zonclock backup'. Every record is read and checked before anything\n"
 		"changes: when any record can't be read, or records are missing, the lists stay as they\n"
-		"are and each problem is reported. Exits with 1 then.",
+		"are and each problem is reported. Exits with 1 then. FILE '-' reads standard input.",
 		runRestore});
 }
 

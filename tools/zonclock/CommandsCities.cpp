@@ -11,11 +11,14 @@
 #include <vector>
 
 #include "Catalogue.h"
+#include "CitySearch.h"
 #include "CityOperand.h"
 #include "Command.h"
 #include "DatabaseFailure.h"
+#include "Output.h"
 #include "Session.h"
 #include "Table.h"
+#include "Texts.h"
 #include "ZonDBManager.h"
 #include "ZonTimeUtil.h"
 
@@ -28,7 +31,7 @@ const Option kSecondList = {"--second", nullptr,
 
 const char* listName(bool second)
 {
-	return second ? "second list" : "main list";
+	return second ? tr("second list") : tr("main list");
 }
 
 // The row of the city added last, or nullptr. Catalogue ids identify a city in a list: a row
@@ -70,20 +73,22 @@ int runList(const Invocation& invocation, Session& session)
 	const std::vector<Cityinfo>& cities = db->getAllCityList(second);
 	if (db->lastError())
 		return databaseError(db, std::string("read the ") + listName(second));
-	if (cities.empty()) {
-		printf("The %s is empty.\n", listName(second));
+	if (cities.empty() && invocation.format == Format::Text) {
+		printf(tr("The %s is empty.\n"), listName(second));
 		return kExitOk;
 	}
 
-	Table table({{"#", Table::Right}, {"Row", Table::Right}, {"Id", Table::Right}, {"City"},
-		{"Country"}, {"GMT"}, {"Catalogue GMT"}, {"Zone"}});
+	Records rows({{"position", "#", Table::Right}, {"rowId", tr("Row"), Table::Right}, {"cityId", tr("Id"), Table::Right},
+		{"city", tr("City")}, {"country", tr("Country")}, {"gmt", "GMT"}, {"catalogueGmt", tr("Catalogue GMT")},
+		{"zone", tr("Zone")}});
 	int position = 0;
 	for (const Cityinfo& city : cities) {
-		table.addRow({std::to_string(++position), std::to_string(city.dbId), std::to_string(city.id),
-			displayName(city), displayCountry(city), ZonTimeUtil::getCurrentGMT(city.timezone_path), city.timezone,
-			city.timezone_path});
+		rows.add({Value::number(++position), Value::number(city.dbId), Value::number(city.id),
+			Value::text(displayName(city)), Value::text(displayCountry(city)),
+			Value::text(ZonTimeUtil::getCurrentGMT(city.timezone_path)), Value::text(city.timezone),
+			Value::text(city.timezone_path)});
 	}
-	table.print(stdout);
+	emit(invocation.format, stdout, "cities", rows);
 	return kExitOk;
 }
 
@@ -106,7 +111,13 @@ int runAdd(const Invocation& invocation, Session& session)
 	if (db->lastError())
 		return databaseError(db, doing);
 	if (listed)
-		return failure("%s is already in the %s", name.c_str(), listName(second));
+		return failure(tr("%s is already in the %s"), name.c_str(), listName(second));
+	size_t count = db->getAllCityList(second).size();
+	if (db->lastError())
+		return databaseError(db, doing);
+	if (count >= static_cast<size_t>(kListLimit))
+		return failure(tr("%s (the %s holds %zu); %s was not added"), listLimitNotice().c_str(), listName(second),
+			count, name.c_str());
 
 	db->insert(city->id, city->cityname_eng, second);
 	if (db->lastError())
@@ -119,7 +130,7 @@ int runAdd(const Invocation& invocation, Session& session)
 	int row = added->dbId;
 	if (!transaction.commit())
 		return databaseError(db, doing);
-	printf("Added %s to the %s as row %d.\n", name.c_str(), listName(second), row);
+	printf(tr("Added %s to the %s as row %d.\n"), name.c_str(), listName(second), row);
 	return kExitOk;
 }
 
@@ -141,7 +152,7 @@ int runRemove(const Invocation& invocation, Session& session)
 	if (db->lastError())
 		return databaseError(db, doing);
 	if (!listed)
-		return failure("%s is not in the %s", name.c_str(), listName(second));
+		return failure(tr("%s is not in the %s"), name.c_str(), listName(second));
 
 	db->remove(city->id, city->cityname_eng, second, true, true);
 	if (db->lastError())
@@ -156,7 +167,7 @@ int runRemove(const Invocation& invocation, Session& session)
 	// remove() keeps quiet; the widget and the service must still learn of it, once it is there
 	// to be read.
 	db->setPreferenceAfterDbChange();
-	printf("Removed %s from the %s.\n", name.c_str(), listName(second));
+	printf(tr("Removed %s from the %s.\n"), name.c_str(), listName(second));
 	return kExitOk;
 }
 
@@ -199,23 +210,25 @@ int runReplace(const Invocation& invocation, Session& session)
 		return failure("could not %s (see %s)", doing.c_str(), session.logPath().c_str());
 	if (!transaction.commit())
 		return databaseError(db, doing);
-	printf("Replaced %s by %s in the %s.\n", oldName.c_str(), newName.c_str(), listName(second));
+	printf(tr("Replaced %s by %s in the %s.\n"), oldName.c_str(), newName.c_str(), listName(second));
 	return kExitOk;
 }
 
 int runSearch(const Invocation& invocation, Session&)
 {
-	std::string prefix = invocation.operands.empty() ? std::string() : invocation.operands[0];
-	std::vector<const Cityinfo*> found = searchCities(prefix);
+	std::string text = invocation.operands.empty() ? std::string() : invocation.operands[0];
+	std::vector<CityMatch> found = findCities(text);
 	if (found.empty())
-		return failure("no catalogue city starts with '%s'", prefix.c_str());
+		return notFound(tr("no catalogue city matches '%s'%s"), text.c_str(), didYouMean(text).c_str());
 
-	Table table({{"Id", Table::Right}, {"City"}, {"Country"}, {"GMT"}, {"Zone"}});
-	for (const Cityinfo* city : found) {
-		table.addRow({std::to_string(city->id), displayName(*city), displayCountry(*city),
-			city->timezone, city->timezone_path});
+	Records rows({{"cityId", tr("Id"), Table::Right}, {"city", tr("City")}, {"country", tr("Country")},
+		{"catalogueGmt", "GMT"}, {"zone", tr("Zone")}});
+	for (const CityMatch& match : found) {
+		const Cityinfo* city = match.city;
+		rows.add({Value::number(city->id), Value::text(displayName(*city)), Value::text(displayCountry(*city)),
+			Value::text(city->timezone), Value::text(city->timezone_path)});
 	}
-	table.print(stdout);
+	emit(invocation.format, stdout, "cities", rows);
 	return kExitOk;
 }
 
@@ -239,7 +252,7 @@ void registerCityCommands(CommandSet& commands)
 		"Puts the city NEW in the place of the city OLD, in the main list or in the second\n"
 		"list. The weather cached for OLD is dropped.");
 
-	commands.add({"list", "", 0, 0, {kSecondList},
+	commands.add({"list", "", 0, 0, {kSecondList, kFormatOption},
 		"Show the main list, or the second list",
 		"Shows the cities of the main list, or of the second list, in the order they were added:\n"
 		"position, row id in the database, catalogue id, name, country, GMT offset and time zone.",
@@ -250,11 +263,14 @@ void registerCityCommands(CommandSet& commands)
 		"Remove a city from a list", removeHelp.c_str(), runRemove});
 	commands.add({"replace", "OLD NEW", 2, 2, {kSecondList},
 		"Replace a city of a list by another in its place", replaceHelp.c_str(), runReplace});
-	commands.add({"search", "[PREFIX]", 0, 1, {},
-		"Find catalogue cities by the start of their English name",
-		"Lists the catalogue cities whose English name starts with PREFIX, in any case, with\n"
-		"the catalogue id that the other commands accept. Without PREFIX, lists all of them.\n"
-		"Exits with 1 when no city matches.",
+	commands.add({"search", "[TEXT]", 0, 1, {kFormatOption},
+		"Find catalogue cities by any part of their name or country",
+		"Lists the catalogue cities whose name (English, Korean or Arabic) or country contains\n"
+		"TEXT, in any case and with or without accents, with the catalogue id that the other\n"
+		"commands accept: exact names first, then names that start with TEXT, names with a word\n"
+		"that starts with it, names that contain it, and last the cities of a country that\n"
+		"matches. Without TEXT, lists all of them. Exits with 1, with the names that come\n"
+		"close, when no city matches.",
 		runSearch});
 }
 

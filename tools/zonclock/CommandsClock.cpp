@@ -6,6 +6,7 @@
  * for depend on the device's own zone, which zon-host keeps as the process's local zone.
  */
 #include <cmath>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -15,9 +16,12 @@
 #include "CityOperand.h"
 #include "Command.h"
 #include "DatabaseFailure.h"
+#include "Output.h"
 #include "Session.h"
 #include "Table.h"
+#include "Texts.h"
 #include "WeatherText.h"
+#include "ZoneRules.h"
 #include "ZonDBManager.h"
 #include "ZonTimeUtil.h"
 
@@ -29,6 +33,9 @@ namespace zonclock {
 namespace {
 
 const Option kSecondList = {"--second", nullptr, "show the second list instead of the main list"};
+
+// How far ahead the clock view looks for a change of a city's offset.
+const int64_t kClockChangeHorizon = 7 * 86400;
 
 struct Sun {
 	std::string sunrise;
@@ -47,7 +54,7 @@ Sun sunOf(const Cityinfo& city)
 
 std::string dayOrNight(bool daytime)
 {
-	return daytime ? "day" : "night";
+	return daytime ? tr("day") : tr("night");
 }
 
 // The catalogue city of a zone, for the device's zone; nullptr when none has it.
@@ -64,23 +71,54 @@ const Cityinfo* cityOfZone(const std::string& zone)
 std::string deviceLine(Session& session)
 {
 	std::string home = session.deviceZone();
-	// Without its link the device, like the C library, is on UTC.
-	const char* zone = home.empty() ? "UTC" : home.c_str();
-	return ZonTimeUtil::getCurrentTime(zone) + ", " + ZonTimeUtil::getCurrentDate(zone) + " in " +
-		(home.empty() ? "UTC (no local-time link)" : home) + " (" + ZonTimeUtil::getCurrentGMT(zone) + ")";
+	std::string zone = session.zoneOrUtc();
+	return ZonTimeUtil::getCurrentTime(zone.c_str()) + ", " + ZonTimeUtil::getCurrentDate(zone.c_str()) + " in " +
+		(home.empty() ? "UTC (no local-time link)" : home) + " (" + ZonTimeUtil::getCurrentGMT(zone.c_str()) + ")";
 }
 
-int runClock(const Invocation& invocation, Session& session)
+Value weatherValue(const std::string& text)
 {
-	bool second = invocation.has("--second");
-	std::vector<Cityinfo> cities;
-	for (const std::string& operand : invocation.operands) {
+	return text == kNone ? Value::none() : Value::text(text);
+}
+
+// The fields of "what time is it there" that the clock view and 'now' share.
+std::vector<Field> nowFields()
+{
+	return {{"cityId", nullptr, Table::Right}, {"city", tr("City")}, {"zone", nullptr}, {"time", tr("Time")},
+		{"date", tr("Date")}, {"localTime", nullptr}, {"offsetSeconds", nullptr}, {"offset", nullptr},
+		{"gmt", "GMT"}};
+}
+
+std::vector<Value> nowValues(const Cityinfo& city, int64_t now)
+{
+	const char* zone = city.timezone_path;
+	int offset = zoneOffset(zone, now);
+	return {Value::number(city.id), Value::text(displayName(city)), Value::text(zone),
+		Value::text(ZonTimeUtil::getCurrentTime(zone)), Value::text(ZonTimeUtil::getCurrentDate(zone)),
+		Value::text(isoInstant(now, zone)), Value::number(offset), Value::text(offsetText(offset)),
+		Value::text(ZonTimeUtil::getCurrentGMT(zone))};
+}
+
+// Before the device is opened: every operand must name a city.
+int resolveAll(const std::vector<std::string>& operands, std::vector<Cityinfo>& cities)
+{
+	for (const std::string& operand : operands) {
 		int exitCode = kExitOk;
 		const Cityinfo* city = resolveCity(operand, exitCode);
 		if (!city)
 			return exitCode;
 		cities.push_back(*city);
 	}
+	return kExitOk;
+}
+
+int runClock(const Invocation& invocation, Session& session)
+{
+	bool second = invocation.has("--second");
+	Format format = invocation.format;
+	std::vector<Cityinfo> cities;
+	if (int exitCode = resolveAll(invocation.operands, cities))
+		return exitCode;
 	if (!invocation.operands.empty() && second)
 		return usageError("--second chooses a list; cities given by name need none");
 	ZonDBManager* db = session.db();
@@ -91,25 +129,84 @@ int runClock(const Invocation& invocation, Session& session)
 			return failure("cannot read the %s: %s", second ? "second list" : "main list", databaseFailure(db).c_str());
 	}
 
-	printf("Device: %s\n\n", deviceLine(session).c_str());
-	if (cities.empty()) {
-		printf("The %s is empty. Add a city with 'zonclock add%s CITY'; 'zonclock search PREFIX'\n"
-			   "finds its name or id.\n",
-			second ? "second list" : "main list", second ? " --second" : "");
+	int64_t now = time(nullptr);
+	std::string deviceZone = session.zoneOrUtc();
+	int deviceOffset = zoneOffset(deviceZone, now);
+	Records device({{"zone", nullptr}, {"linked", nullptr}, {"time", nullptr}, {"date", nullptr},
+		{"localTime", nullptr}, {"offsetSeconds", nullptr}, {"offset", nullptr}, {"gmt", nullptr}});
+	device.add({Value::text(deviceZone), Value::flag(!session.deviceZone().empty()),
+		Value::text(ZonTimeUtil::getCurrentTime(deviceZone.c_str())),
+		Value::text(ZonTimeUtil::getCurrentDate(deviceZone.c_str())), Value::text(isoInstant(now, deviceZone)),
+		Value::number(deviceOffset), Value::text(offsetText(deviceOffset)),
+		Value::text(ZonTimeUtil::getCurrentGMT(deviceZone.c_str()))});
+
+	// The change column only shows when a clock changes within the week.
+	std::vector<OffsetChange> changes(cities.size());
+	std::vector<bool> changing(cities.size());
+	bool anyChange = false;
+	for (size_t i = 0; i < cities.size(); ++i) {
+		changing[i] = nextOffsetChange(cities[i].timezone_path, now, now + kClockChangeHorizon, changes[i]);
+		anyChange = anyChange || changing[i];
+	}
+	// The difference before the GMT text, as the list row on the watch reads.
+	std::vector<Field> fields = nowFields();
+	fields.insert(fields.end() - 1, {{"difference", tr("Difference")}, {"differenceSeconds", nullptr}});
+	fields.insert(fields.end(), {{"sunrise", tr("Sunrise")}, {"sunset", tr("Sunset")}, {"daytime", nullptr}, {nullptr, tr("Now")},
+		{"weather", tr("Weather")}, {"weatherSimulated", nullptr}, {"clockChange", anyChange ? tr("Clock change") : nullptr},
+		{"nextChange", nullptr}, {"nextOffsetSeconds", nullptr}, {"nextOffset", nullptr}});
+	Records rows(fields);
+	for (size_t i = 0; i < cities.size(); ++i) {
+		const Cityinfo& city = cities[i];
+		Sun sun = sunOf(city);
+		std::vector<Value> row = nowValues(city, now);
+		CachedWeather weather = cachedWeather(db, city.id, second);
+		const OffsetChange& change = changes[i];
+		row.insert(row.end() - 1, {Value::textOrNone(ZonTimeUtil::getTimeDiff(city.timezone_path)),
+			Value::number(zoneOffset(city.timezone_path, now) - deviceOffset)});
+		row.insert(row.end(), {Value::text(sun.sunrise),
+			Value::text(sun.sunset), Value::flag(sun.daytime), Value::text(dayOrNight(sun.daytime)),
+			weatherValue(cachedWeatherText(weather)), weather.known ? Value::flag(true) : Value::none()});
+		if (changing[i]) {
+			row.insert(row.end(), {Value::text(changeText(change)),
+				Value::text(isoInstant(change.at, city.timezone_path)), Value::number(change.after),
+				Value::text(offsetText(change.after))});
+		}
+		rows.add(row);
+	}
+	if (format != Format::Text) {
+		printData(format, stdout, "cities", rows, {{"device", &device}});
 		return kExitOk;
 	}
 
-	Table table({{"City"}, {"Time"}, {"Date"}, {"Difference"}, {"GMT"}, {"Sunrise"}, {"Sunset"}, {"Now"},
-		{"Weather"}});
-	for (const Cityinfo& city : cities) {
-		const char* zone = city.timezone_path;
-		std::string difference = ZonTimeUtil::getTimeDiff(zone);
-		Sun sun = sunOf(city);
-		table.addRow({displayName(city), ZonTimeUtil::getCurrentTime(zone), ZonTimeUtil::getCurrentDate(zone),
-			difference.empty() ? kNone : difference, ZonTimeUtil::getCurrentGMT(zone), sun.sunrise, sun.sunset,
-			dayOrNight(sun.daytime), cachedWeatherText(cachedWeather(db, city.id, second))});
+	printf(tr("Device: %s\n\n"), deviceLine(session).c_str());
+	if (cities.empty()) {
+		printf(tr("The %s is empty. Add a city with 'zonclock add%s CITY'; 'zonclock search NAME'\n"
+				  "finds its name or id.\n"),
+			second ? tr("second list") : tr("main list"), second ? " --second" : "");
+		return kExitOk;
 	}
-	table.print(stdout);
+	rows.printTable(stdout);
+	return kExitOk;
+}
+
+// One line per city, for a status bar or a prompt: "Tokyo 7:15 PM".
+int runNow(const Invocation& invocation, Session& session)
+{
+	Format format = invocation.format;
+	std::vector<Cityinfo> cities;
+	if (int exitCode = resolveAll(invocation.operands, cities))
+		return exitCode;
+	session.openDevice();
+	int64_t now = time(nullptr);
+	Records rows(nowFields());
+	for (const Cityinfo& city : cities)
+		rows.add(nowValues(city, now));
+	if (format != Format::Text) {
+		emit(format, stdout, "cities", rows);
+		return kExitOk;
+	}
+	for (const Cityinfo& city : cities)
+		printf("%s %s\n", displayName(city).c_str(), ZonTimeUtil::getCurrentTime(city.timezone_path).c_str());
 	return kExitOk;
 }
 
@@ -133,6 +230,18 @@ int runDiff(const Invocation& invocation, Session& session)
 	std::string markup = ZonTimeUtil::getTimeDiffWithFontSize(zone);
 	std::string arc = ZonTimeUtil::getTimeDiffOnWidgetArc(zone);
 
+	if (invocation.format != Format::Text) {
+		Records rows({{"cityId", nullptr}, {"city", nullptr}, {"zone", nullptr}, {"deviceZone", nullptr},
+			{"differenceSeconds", nullptr}, {"listRow", nullptr}, {"screenReader", nullptr}, {"fontMarkup", nullptr},
+			{"widgetArc", nullptr}});
+		int64_t now = time(nullptr);
+		std::string device = session.zoneOrUtc();
+		rows.add({Value::number(city->id), Value::text(displayName(*city)), Value::text(zone), Value::text(device),
+			Value::number(zoneOffset(zone, now) - zoneOffset(device, now)), Value::text(row), Value::text(spoken),
+			Value::text(markup), Value::text(arc)});
+		emit(invocation.format, stdout, "cities", rows);
+		return kExitOk;
+	}
 	printf("%s in %s; the device is in %s.\n", describeCity(*city).c_str(), zone,
 		home.empty() ? "UTC (no local-time link)" : home.c_str());
 	printf("Offset:        %+g h\n", offset);
@@ -155,11 +264,23 @@ int runSun(const Invocation& invocation, Session& session)
 	session.openDevice();
 	Sun sun = sunOf(*city);
 	const double* point = allCityPoints[city->id - 1];
+	if (invocation.format != Format::Text) {
+		char latitude[32], longitude[32];
+		snprintf(latitude, sizeof latitude, "%.4f", point[0]);
+		snprintf(longitude, sizeof longitude, "%.4f", point[1]);
+		Records rows({{"cityId", nullptr}, {"city", nullptr}, {"zone", nullptr}, {"latitude", nullptr},
+			{"longitude", nullptr}, {"sunrise", nullptr}, {"sunset", nullptr}, {"daytime", nullptr}});
+		rows.add({Value::number(city->id), Value::text(displayName(*city)), Value::text(city->timezone_path),
+			Value::text(latitude), Value::text(longitude), Value::text(sun.sunrise), Value::text(sun.sunset),
+			Value::flag(sun.daytime)});
+		emit(invocation.format, stdout, "cities", rows);
+		return kExitOk;
+	}
 	printf("%s in %s, at %.4f %c %.4f %c.\n", describeCity(*city).c_str(), city->timezone_path, std::fabs(point[0]),
 		point[0] < 0 ? 'S' : 'N', std::fabs(point[1]), point[1] < 0 ? 'W' : 'E');
-	printf("Sunrise: %s\n", sun.sunrise.c_str());
-	printf("Sunset:  %s\n", sun.sunset.c_str());
-	printf("Now:     %s\n", dayOrNight(sun.daytime).c_str());
+	printf(tr("Sunrise: %s\n"), sun.sunrise.c_str());
+	printf(tr("Sunset:  %s\n"), sun.sunset.c_str());
+	printf(tr("Now:     %s\n"), dayOrNight(sun.daytime).c_str());
 	return kExitOk;
 }
 
@@ -222,14 +343,21 @@ void registerClockCommands(CommandSet& commands)
 		"\"Today\" is the device's date. In a polar night or day the library's reckoning gives\n"
 		"clock times that mean nothing.");
 
-	commands.add({"clock", "[CITY...]", 0, 1000, {kSecondList},
+	commands.add({"now", "CITY...", 1, 1000, {kFormatOption},
+		N_("Show the time of cities, one line each"),
+		N_("Prints one line per CITY: its name and its local time, as the clock view shows it;\n"
+		"short enough for a status bar or a prompt. With --format json or tsv, the fields of the\n"
+		"clock view's time columns."),
+		runNow});
+	commands.add({"clock", "[CITY...]", 0, 1000, {kSecondList, kFormatOption},
 		"Show the world clock of the main list, the second list, or the cities given",
 		"Shows the device's time, then for each city of the main list (or the second list, or\n"
 		"each CITY given, by id or English name, in that order) its\n"
 		"local time and date, its difference from the device, its GMT offset, today's sunrise\n"
 		"and sunset, whether it is day or night there, and the weather cached for it: condition,\n"
 		"temperature and how old the answer is ('stale' past three hours, when the next request\n"
-		"goes to the weather agent). '\u2014' marks no difference and no weather.\n"
+		"goes to the weather agent). '\u2014' marks no difference and no weather. A city whose\n"
+		"clocks change within 7 days shows when and to which offset ('zonclock changes').\n"
 		"Differences are measured from the device's home zone (see 'zonclock help home').\n"
 		"Texts follow the device's region format, display language and 12/24-hour setting; see\n"
 		"the global options to change them for one run.",
@@ -244,9 +372,9 @@ void registerClockCommands(CommandSet& commands)
 		"(zonclock says so); 'zonclock home Asia/Kolkata' moves the device there.");
 	commands.add({"home", "[CITY|ZONE]", 0, 1, {},
 		"Show or set the device's home zone", homeHelp.c_str(), runHome});
-	commands.add({"diff", "CITY", 1, 1, {},
+	commands.add({"diff", "CITY", 1, 1, {kFormatOption},
 		"Show the difference texts between a city and the device", diffHelp.c_str(), runDiff});
-	commands.add({"sun", "CITY", 1, 1, {},
+	commands.add({"sun", "CITY", 1, 1, {kFormatOption},
 		"Show today's sunrise and sunset of a city", sunHelp.c_str(), runSun});
 }
 

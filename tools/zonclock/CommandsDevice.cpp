@@ -28,7 +28,9 @@
 
 #include "Catalogue.h"
 #include "Command.h"
+#include "Output.h"
 #include "Session.h"
+#include "Texts.h"
 #include "Table.h"
 #include "ZonMapGmtInfoManager.h"
 #include "ZonSyncUtil.h"
@@ -185,13 +187,20 @@ int runMap(const Invocation& invocation, Session& session)
 	std::string target = localTimeLinkTarget();
 	bool deviceHasBand = !target.empty() && deviceCity(target);
 	int current = selection.empty() && !deviceHasBand ? -1 : indexOf(bands, map->getStartPosX());
-	Table table({{""}, {"#", Table::Right}, {"Title"}, {"X", Table::Right}, {"GMT"}, {"Header id"}});
+	Records rows({{nullptr, ""}, {"index", "#", Table::Right}, {"title", tr("Title")},
+		{"x", "X", Table::Right}, {"gmt", "GMT"}, {"headerId", tr("Header id")}, {"current", nullptr}});
 	for (size_t i = 0; i < bands.size(); ++i) {
 		const Band& band = bands[i];
-		table.addRow({static_cast<int>(i) == current ? "*" : "", std::to_string(i), band.title,
-			std::to_string(band.startPosX), band.gmt, map->getFormattedGmtOfCityinfo(band.gmt)});
+		bool marked = static_cast<int>(i) == current;
+		rows.add({Value::text(marked ? "*" : ""), Value::number(i), Value::text(band.title),
+			Value::number(band.startPosX), Value::text(band.gmt), Value::text(map->getFormattedGmtOfCityinfo(band.gmt)),
+			Value::flag(marked)});
 	}
-	table.print(stdout);
+	if (invocation.format != Format::Text) {
+		emit(invocation.format, stdout, "bands", rows);
+		return kExitOk;
+	}
+	rows.printTable(stdout);
 	printf("\n%s\n", deviceZoneLine(bands, deviceStartPosX).c_str());
 	if (!selection.empty())
 		printf("%s\n", selection.c_str());
@@ -276,7 +285,13 @@ std::string packageBasis(const char* packageId)
 	return text;
 }
 
-int runDevice(const Invocation&, Session& session)
+// One query's row: its key for scripts, its name, the answer and what the answer comes from.
+std::vector<Value> row(const char* key, const char* query, const std::string& answer, const std::string& basis)
+{
+	return {Value::text(key), Value::text(query), Value::text(answer), Value::text(basis)};
+}
+
+int runDevice(const Invocation& invocation, Session& session)
 {
 	session.openDevice();
 
@@ -293,23 +308,23 @@ int runDevice(const Invocation&, Session& session)
 		: zonUtilIsPkgPreloaded(ZON_HOST_WEATHER_PACKAGE_ID) ? "installed, preloaded"
 															 : "installed";
 
-	Table table({{"Query"}, {"Answer"}, {"From"}});
-	table.addRow({"Right-to-left", yesNo(zonUtilIsRTL()), region});
-	table.addRow({"Arabic", yesNo(zonUtilIsArabic()), region});
-	table.addRow({"Screen reader", zonUtilIsScreenReaderOn() ? "on" : "off",
-		"accessibility setting " + vconfBool("db/setting/accessibility/tts", "on", "off")});
-	table.addRow({"Bezel", yesNo(zonUtilHasBezel()), bezelBasis()});
-	table.addRow({"Physical bezel", yesNo(zonUtilHasPhysicalBezel()), bezelBasis()});
-	table.addRow({"Jerusalem only", yesNo(zonUtilCheckShowOnlyJerusalem()),
-		"country code " + vconfString("db/csc/country_iso")});
-	table.addRow({"Companion connected", yesNo(ZonSyncUtil::isBtConnected()), companionBasis()});
-	table.addRow({"Companion of our make", yesNo(ZonSyncUtil::_isConnectedWithOurCompany()),
-		"phone vendor " + vconfString("db/hmx/host_status/vendor")});
-	table.addRow({"Standalone watch", yesNo(ZonSyncUtil::_isWPCMode()), standaloneBasis()});
-	table.addRow({"Vorel device", yesNo(zonUtilIsVorelDevice()),
-		std::string("ELM_DEVICE_PROD_THEME ") + (theme ? "\"" + std::string(theme) + "\"" : "not set")});
-	table.addRow({"Weather package", weather, packageBasis(ZON_HOST_WEATHER_PACKAGE_ID)});
-	table.print(stdout);
+	Records table({{"query", nullptr}, {nullptr, tr("Query")}, {"answer", tr("Answer")}, {"basis", tr("From")}});
+	table.add(row("rtl", tr("Right-to-left"), yesNo(zonUtilIsRTL()), region));
+	table.add(row("arabic", tr("Arabic"), yesNo(zonUtilIsArabic()), region));
+	table.add(row("screenReader", tr("Screen reader"), zonUtilIsScreenReaderOn() ? "on" : "off",
+		"accessibility setting " + vconfBool("db/setting/accessibility/tts", "on", "off")));
+	table.add(row("bezel", tr("Bezel"), yesNo(zonUtilHasBezel()), bezelBasis()));
+	table.add(row("physicalBezel", tr("Physical bezel"), yesNo(zonUtilHasPhysicalBezel()), bezelBasis()));
+	table.add(row("jerusalemOnly", tr("Jerusalem only"), yesNo(zonUtilCheckShowOnlyJerusalem()),
+		"country code " + vconfString("db/csc/country_iso")));
+	table.add(row("companionConnected", tr("Companion connected"), yesNo(ZonSyncUtil::isBtConnected()), companionBasis()));
+	table.add(row("companionOfOurMake", tr("Companion of our make"), yesNo(ZonSyncUtil::_isConnectedWithOurCompany()),
+		"phone vendor " + vconfString("db/hmx/host_status/vendor")));
+	table.add(row("standalone", tr("Standalone watch"), yesNo(ZonSyncUtil::_isWPCMode()), standaloneBasis()));
+	table.add(row("vorelDevice", tr("Vorel device"), yesNo(zonUtilIsVorelDevice()),
+		std::string("ELM_DEVICE_PROD_THEME ") + (theme ? "\"" + std::string(theme) + "\"" : "not set")));
+	table.add(row("weatherPackage", tr("Weather package"), weather, packageBasis(ZON_HOST_WEATHER_PACKAGE_ID)));
+	emit(invocation.format, stdout, "queries", table);
 	return kExitOk;
 }
 
@@ -320,7 +335,7 @@ void registerDeviceCommands(CommandSet& commands)
 	commands.add({"map", "", 0, 0,
 		{{"--gmt", "GMT", "select the band of a catalogue GMT text, e.g. GMT+5:45"},
 			{"--x", "POS", "select the band nearest to a map position in pixels"},
-			{"--header", "GMT", "show the string id of the header label for a GMT text"}},
+			{"--header", "GMT", "show the string id of the header label for a GMT text"}, kFormatOption},
 		"Show the world map's GMT bands and the device's own",
 		"Shows the 29 GMT bands of the world map: index, title, left edge in map pixels, the\n"
 		"catalogue's GMT text and the string id of its header label. '*' marks the current\n"
@@ -329,7 +344,7 @@ void registerDeviceCommands(CommandSet& commands)
 		"GMT+6:30) selects the whole hour nearer to zero; one that no band carries is an error.\n"
 		"With only --header, prints just the string id, and exits with 1 when there is none.",
 		runMap});
-	commands.add({"device", "", 0, 0, {},
+	commands.add({"device", "", 0, 0, {kFormatOption},
 		"Show what the device queries answer on this device",
 		"Shows the answers of the library's device and environment queries - right-to-left and\n"
 		"Arabic region format, screen reader, bezel and physical bezel, the Jerusalem-only\n"

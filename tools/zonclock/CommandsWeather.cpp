@@ -31,8 +31,10 @@
 #include "CityOperand.h"
 #include "Command.h"
 #include "DatabaseFailure.h"
+#include "Output.h"
 #include "Session.h"
 #include "Table.h"
+#include "Texts.h"
 #include "WeatherText.h"
 #include "ZonDBManager.h"
 #include "ZonWeatherAgentHandler.h"
@@ -99,18 +101,18 @@ const char* outcomeText(Request::Outcome outcome)
 {
 	switch (outcome) {
 	case Request::FromCache:
-		return "cache";
+		return tr("cache");
 	case Request::FromAgent:
-		return "agent";
+		return tr("agent");
 	case Request::AgentError:
-		return "agent error";
+		return tr("agent error");
 	case Request::TimedOut:
-		return "timed out";
+		return tr("timed out");
 	case Request::Waiting:
 	case Request::NoAnswer:
 		break;
 	}
-	return "no answer";
+	return tr("no answer");
 }
 
 // The list whose row is read as the city's cache: the one it is in, main list first. Weather
@@ -218,8 +220,8 @@ int runWeather(const Invocation& invocation, Session& session)
 		if (db->lastError())
 			return failure("cannot read the %s: %s", second ? "second list" : "main list", databaseFailure(db).c_str());
 		if (list.empty()) {
-			printf("The %s is empty: name the cities, or add some with 'zonclock add%s CITY'.\n",
-				second ? "second list" : "main list", second ? " --second" : "");
+			printf(tr("The %s is empty: name the cities, or add some with 'zonclock add%s CITY'.\n"),
+				second ? tr("second list") : tr("main list"), second ? " --second" : "");
 			return kExitOk;
 		}
 		for (const Cityinfo& city : list) {
@@ -236,6 +238,8 @@ int runWeather(const Invocation& invocation, Session& session)
 		}
 	}
 
+	// The agent answers in the unit of the region, as the watch's weather service does.
+	agent.fahrenheit = regionUsesFahrenheit(deviceRegion());
 	zon_host_install_weather_agent(&agent);
 	zon_host_install_zonvista_service();
 
@@ -268,7 +272,10 @@ int runWeather(const Invocation& invocation, Session& session)
 			g_source_remove(id);
 	}
 
-	Table table({{"City"}, {"Weather"}, {"Temperature"}, {"From"}});
+	// The host's agent is a stand-in: its answers are labelled in the table and flagged in data.
+	Records table({{"cityId", nullptr}, {"city", tr("City")}, {"weather", tr("Weather")}, {"weatherType", nullptr},
+		{"temperature", tr("Temperature")}, {"degrees", nullptr}, {"isCentigrade", nullptr}, {"source", tr("From")},
+		{"simulated", nullptr}});
 	std::string missing;
 	std::string unlisted;
 	for (auto& request : requests) {
@@ -278,15 +285,22 @@ int runWeather(const Invocation& invocation, Session& session)
 		if (!answered)
 			missing += (missing.empty() ? "" : ", ") + displayName(*request->city);
 		std::string name = weatherName(request->data.weatherType);
-		table.addRow({displayName(*request->city), answered && !name.empty() ? name : kNone,
-			answered ? temperatureText(request->data.currentTemperature, request->data.isCentegrade) : kNone,
-			fromText(*request)});
+		std::string temperature = answered ? temperatureText(request->data.currentTemperature, request->data.isCentegrade)
+										   : std::string(kNone);
+		bool hasTemperature = temperature != kNone;
+		table.add({Value::number(request->city->id), Value::text(displayName(*request->city)),
+			answered && !name.empty() ? Value::text(name + " " + tr("(simulated)")) : Value::none(),
+			answered ? Value::number(request->data.weatherType) : Value::none(),
+			hasTemperature ? Value::text(temperature) : Value::none(),
+			hasTemperature ? Value::number(request->data.currentTemperature) : Value::none(),
+			hasTemperature ? Value::flag(request->data.isCentegrade) : Value::none(), Value::text(fromText(*request)),
+			answered ? Value::flag(true) : Value::none()});
 		if (!request->listed)
 			unlisted += (unlisted.empty() ? "" : ", ") + displayName(*request->city);
 	}
-	table.print(stdout);
-	if (!unlisted.empty())
-		printf("\nIn no list, so not cached: %s.\n", unlisted.c_str());
+	emit(invocation.format, stdout, "cities", table);
+	if (!unlisted.empty() && invocation.format == Format::Text)
+		printf(tr("\nIn no list, so not cached: %s.\n"), unlisted.c_str());
 
 	// A time-out may still be on its way to the service; the preferences are ours alone.
 	for (auto& request : requests) {
@@ -297,7 +311,7 @@ int runWeather(const Invocation& invocation, Session& session)
 	if (wait.interrupted)
 		return failure("interrupted before the weather of %s came", missing.c_str());
 	if (!missing.empty())
-		return failure("no weather for %s", missing.c_str());
+		return failure(tr("no weather for %s"), missing.c_str());
 	return kExitOk;
 }
 
@@ -326,7 +340,7 @@ void registerWeatherCommands(CommandSet& commands)
 								"error, or delay=MS to answer after MS milliseconds"},
 			{"--fire-alarm", nullptr, "make the pending time-out alarm go off as soon as the\n"
 									  "answers at hand are in, instead of after ten seconds"},
-			{"--timeout", "SECONDS", "stop waiting after SECONDS (default 20)"}},
+			{"--timeout", "SECONDS", "stop waiting after SECONDS (default 20)"}, kFormatOption},
 		"Show the weather of cities, from the cache or the weather agent", help.c_str(), runWeather});
 }
 

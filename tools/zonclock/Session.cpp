@@ -80,4 +80,10 @@ ZonDBManager* Session::db()
 	return _db;
 }
 
+std::string Session::zoneOrUtc()
+{
+	std::string zone = deviceZone();
+	return zone.empty() ? "UTC" : zone;
+}
+
 } // namespace zonclock

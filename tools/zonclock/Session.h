@@ -47,6 +47,8 @@ public:
 
 	// The device's zone ("Asia/Seoul"; empty without a local-time link). Opens the device.
 	std::string deviceZone();
+	// deviceZone(), or "UTC" where the device has no link: the C library's answer then.
+	std::string zoneOrUtc();
 	// Makes `zone` (an Olson id) the device's zone; false, with the host's log line, if refused.
 	bool setHomeZone(const std::string& zone);
 

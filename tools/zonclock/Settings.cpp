@@ -8,17 +8,23 @@
 #include <unistd.h>
 
 #include <glib.h>
+#include <unicode/udatpg.h>
 #include <unicode/uloc.h>
+#include <unicode/ulocdata.h>
 
 #include <system_settings.h>
 #include <vconf.h>
 #include <zon-host/zon_host.h>
+
+// glibc's counter of loaded catalogues: raising it makes gettext look its cache up anew.
+extern "C" int _nl_msg_cat_cntr;
 
 namespace zonclock {
 
 namespace {
 
 const char kDomain[] = "zonvista";
+const char kOwnDomain[] = "zonclock";
 
 // The device keeps only UTF-8 locales; the encoding part says nothing about the locale itself.
 std::string withoutEncoding(const std::string& name)
@@ -103,9 +109,62 @@ void bindMessageCatalogue()
 			break;
 		}
 	}
-	bindtextdomain(kDomain, chosen.c_str());
 	// The catalogues are UTF-8 and so is every terminal the device's languages need.
-	bind_textdomain_codeset(kDomain, "UTF-8");
+	for (const char* domain : {kDomain, kOwnDomain}) {
+		bindtextdomain(domain, chosen.c_str());
+		bind_textdomain_codeset(domain, "UTF-8");
+	}
+}
+
+bool hasCatalogues(const std::string& locale)
+{
+	std::string language = locale.substr(0, locale.find('_'));
+	if (language == "en")
+		return true;
+	const char* dir = bindtextdomain(kDomain, nullptr);
+	for (const char* domain : {kDomain, kOwnDomain}) {
+		bool found = false;
+		for (const std::string& name : {locale, language}) {
+			std::string path = std::string(dir ? dir : "") + "/" + name + "/LC_MESSAGES/" + domain + ".mo";
+			found = found || g_file_test(path.c_str(), G_FILE_TEST_IS_REGULAR);
+		}
+		if (!found)
+			return false;
+	}
+	return true;
+}
+
+bool regionUses24Hour(const std::string& region)
+{
+	UErrorCode status = U_ZERO_ERROR;
+	UDateTimePatternGenerator* generator = udatpg_open(region.c_str(), &status);
+	UChar pattern[64];
+	// "j": the locale's preferred hour, h or K for 12 hours, H or k for 24.
+	const UChar skeleton[] = {'j', 0};
+	int32_t length = udatpg_getBestPattern(generator, skeleton, 1, pattern, 64, &status);
+	udatpg_close(generator);
+	if (U_FAILURE(status))
+		return false;
+	for (int32_t i = 0; i < length; ++i) {
+		if (pattern[i] == 'H' || pattern[i] == 'k')
+			return true;
+	}
+	return false;
+}
+
+bool regionUsesFahrenheit(const std::string& region)
+{
+	UErrorCode status = U_ZERO_ERROR;
+	UMeasurementSystem system = ulocdata_getMeasurementSystem(region.c_str(), &status);
+	return U_SUCCESS(status) && system == UMS_US;
+}
+
+std::string deviceRegion()
+{
+	char* value = vconf_get_str(VCONFKEY_REGIONFORMAT);
+	std::string region = withoutEncoding(value ? value : "");
+	free(value);
+	return region;
 }
 
 std::string gettextLanguage(const std::string& deviceLanguage)
@@ -127,6 +186,8 @@ void followDeviceLanguage()
 	char* language = vconf_get_str(VCONFKEY_LANGSET);
 	setenv("LANGUAGE", gettextLanguage(language ? language : "").c_str(), 1);
 	free(language);
+	// Names looked up before the device was open (a city search) must not keep the old language.
+	++_nl_msg_cat_cntr;
 }
 
 void SettingOverrides::apply()
@@ -145,12 +206,13 @@ void SettingOverrides::apply()
 		saveString(VCONFKEY_LANGSET);
 		vconf_set_str(VCONFKEY_LANGSET, (language + ".UTF-8").c_str());
 	}
-	if (clock != ClockAsSet) {
-		// The setting lives in this vconf key; a device that never set it reads as 12-hour.
-		int value = 0;
-		bool wasSet = vconf_get_int(VCONFKEY_REGIONFORMAT_TIME1224, &value) == VCONF_OK;
+	// The setting lives in this vconf key; a device that never set it would read as 12-hour.
+	int value = 0;
+	bool wasSet = vconf_get_int(VCONFKEY_REGIONFORMAT_TIME1224, &value) == VCONF_OK;
+	if (clock != ClockAsSet || !wasSet) {
 		_saved.push_back({VCONFKEY_REGIONFORMAT_TIME1224, wasSet, true, std::string(), value});
-		system_settings_set_value_bool(SYSTEM_SETTINGS_KEY_LOCALE_TIMEFORMAT_24HOUR, clock == Clock24);
+		bool is24 = clock == ClockAsSet ? regionUses24Hour(deviceRegion()) : clock == Clock24;
+		system_settings_set_value_bool(SYSTEM_SETTINGS_KEY_LOCALE_TIMEFORMAT_24HOUR, is24);
 	}
 }
 

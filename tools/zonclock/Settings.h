@@ -10,6 +10,9 @@
  * --region, --language, --24h and --12h change those settings for one run: what the device held
  * is remembered and put back when the run ends, a never-set key included (it goes back to
  * following the desktop). A run killed by a signal it does not handle leaves them changed.
+ *
+ * A device that never set its 12/24-hour clock follows its region format for the run, as the
+ * watch does: de_DE shows 24 hours, en_US 12. A stored setting, --24h or --12h wins.
  */
 #ifndef ZONCLOCK_SETTINGS_H
 #define ZONCLOCK_SETTINGS_H
@@ -23,10 +26,22 @@ namespace zonclock {
 std::string availableLocale(const std::string& text);
 
 // setlocale() from the environment (C.UTF-8 when its locale is not installed or is plain C, where
-// gettext would ignore LANGUAGE and could not print the translations), and the "zonvista"
-// domain bound to the build tree's catalogues when zonclock runs from there, else the installed
-// ones: beside the program's own prefix first, then the configured install prefix.
+// gettext would ignore LANGUAGE and could not print the translations), and the "zonvista" and
+// "zonclock" domains bound to the build tree's catalogues when zonclock runs from there, else the
+// installed ones: beside the program's own prefix first, then the configured install prefix.
 void bindMessageCatalogue();
+
+// Whether the "zonclock" and "zonvista" domains each have a catalogue for a locale name as
+// availableLocale() gives it ("ko_KR": ko_KR or ko). English needs none: its texts are the ids'
+// own or the library's English catalogue.
+bool hasCatalogues(const std::string& locale);
+
+// Whether the region format's conventions use a 24-hour clock (ICU's preferred hour cycle for
+// the locale: de_DE yes, en_US no) and degrees Fahrenheit (the US measurement system).
+bool regionUses24Hour(const std::string& region);
+bool regionUsesFahrenheit(const std::string& region);
+// The device's region format now, without ".UTF-8": its own, else the desktop's LC_TIME/LANG.
+std::string deviceRegion();
 
 // LANGUAGE for gettext from the device's display language: "ko_KR.UTF-8" -> "ko_KR:ko:en". English
 // closes the list, so a language without a catalogue shows English rather than message ids.

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 
+#include <cstdlib>
+
 #include <glib.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 namespace zonclock {
 
@@ -40,6 +44,34 @@ size_t Table::displayWidth(const std::string& text)
 	return width;
 }
 
+size_t Table::outputWidth(FILE* out)
+{
+	struct winsize size;
+	if (isatty(fileno(out)) && ioctl(fileno(out), TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+		return size.ws_col;
+	const char* columns = getenv("COLUMNS");
+	long value = columns ? strtol(columns, nullptr, 10) : 0;
+	return value > 0 ? static_cast<size_t>(value) : 0;
+}
+
+std::string Table::fit(const std::string& text, size_t width)
+{
+	if (displayWidth(text) <= width)
+		return text;
+	std::string kept;
+	size_t used = 0;
+	for (const char* p = text.c_str(); *p; p = g_utf8_next_char(p)) {
+		const char* next = g_utf8_next_char(p);
+		std::string character(p, next - p);
+		size_t more = displayWidth(character);
+		if (used + more + 1 > width)
+			break;
+		kept += character;
+		used += more;
+	}
+	return kept + "\u2026";
+}
+
 void Table::print(FILE* out) const
 {
 	std::vector<size_t> widths;
@@ -49,18 +81,33 @@ void Table::print(FILE* out) const
 		for (size_t i = 0; i < row.size(); ++i)
 			widths[i] = std::max(widths[i], displayWidth(row[i]));
 	}
+	// Narrowest loss first: the widest column gives up a column at a time, down to a few
+	// characters, so that short columns (ids, times) stay whole.
+	if (size_t limit = outputWidth(out)) {
+		const size_t kNarrowest = 4;
+		for (;;) {
+			size_t total = 2 * (widths.size() - 1);
+			for (size_t width : widths)
+				total += width;
+			auto widest = std::max_element(widths.begin(), widths.end());
+			if (total <= limit || *widest <= kNarrowest)
+				break;
+			--*widest;
+		}
+	}
 
-	auto printLine = [&](const std::vector<std::string>& cells) {
+	auto printLine = [&](const std::vector<std::string>& row) {
 		std::string line;
-		for (size_t i = 0; i < cells.size(); ++i) {
-			bool last = i + 1 == cells.size();
-			std::string pad(widths[i] - displayWidth(cells[i]), ' ');
+		for (size_t i = 0; i < row.size(); ++i) {
+			std::string cell = fit(row[i], widths[i]);
+			bool last = i + 1 == row.size();
+			std::string pad(widths[i] - displayWidth(cell), ' ');
 			if (i > 0)
 				line += "  ";
 			if (_columns[i].align == Right)
-				line += pad + cells[i];
+				line += pad + cell;
 			else
-				line += last ? cells[i] : cells[i] + pad;
+				line += last ? cell : cell + pad;
 		}
 		// Empty cells at the end of a row would otherwise leave blanks at the end of the line.
 		line.erase(line.find_last_not_of(' ') + 1);

@@ -15,9 +15,17 @@ namespace zonclock {
 
 constexpr const char* kOwnDomain = "zonclock";
 
-inline const char* tr(const char* msgid)
+// format_arg: a translated format is checked against its arguments like the English one.
+__attribute__((format_arg(1))) inline const char* tr(const char* msgid)
 {
 	return dgettext(kOwnDomain, msgid);
+}
+
+// Marks a phrase of a static table for xgettext (--keyword=N_); whoever prints it calls tr(). The
+// tables are built before the device's language is known, so they must not translate yet.
+constexpr const char* N_(const char* msgid)
+{
+	return msgid;
 }
 
 } // namespace zonclock

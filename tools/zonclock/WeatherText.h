@@ -23,7 +23,8 @@ extern const char* const kNone;
 // "Partly sunny with showers"; "" for UNDEFINED_WEATHER, "condition N" for a value the library
 // does not define.
 std::string weatherName(int weatherType);
-// "21 °C", "-4 °F"; kNone for the library's "no temperature" marker.
+// "21 °C", "-4 °F" in the unit of the device's region (°F where it measures the US way),
+// converted when stored in the other; kNone for the library's "no temperature" marker.
 std::string temperatureText(int temperature, bool isCentigrade);
 
 // Now on the cache's clock.
@@ -43,7 +44,9 @@ struct CachedWeather {
 };
 
 CachedWeather cachedWeather(ZonDBManager* db, int cityId, bool isExternal);
-// "Sunny 21 °C, 12 min ago", "... 4 h ago, stale"; kNone when nothing is stored.
+// "Sunny (simulated) 21 °C, 12 min ago", "... 4 h ago, stale"; kNone when nothing is stored.
+// The host's weather agent is a stand-in that invents its values from place and day, so every
+// weather zonclock shows is labelled so beside the values.
 std::string cachedWeatherText(const CachedWeather& weather);
 
 } // namespace zonclock

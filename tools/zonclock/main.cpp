@@ -43,6 +43,7 @@ int main(int argc, char** argv)
 	registerWeatherCommands(commands);
 	registerBackupCommands(commands);
 	registerDeviceCommands(commands);
+	registerPlanningCommands(commands);
 	registerHelpCommand(commands);
 	commands.setDefault("clock");
 
@@ -52,6 +53,10 @@ int main(int argc, char** argv)
 	if (code != kExitOk)
 		return code;
 
+	if (global.version) {
+		printVersion(stdout);
+		return kExitOk;
+	}
 	if (global.help) {
 		if (invocation.command)
 			printCommandHelp(*invocation.command, stdout);
@@ -75,6 +80,9 @@ int main(int argc, char** argv)
 		if (locale->empty())
 			return usageError("%s: '%s' is no locale ICU knows (e.g. ko_KR, en_US, ar_AE)", option, typed.c_str());
 	}
+	if (!settings.language.empty() && !hasCatalogues(settings.language))
+		fprintf(stderr, "zonclock: --language %s: no catalogue of texts in that language; they stay in English\n",
+			settings.language.c_str());
 
 	int result;
 	{
@@ -83,5 +91,5 @@ int main(int argc, char** argv)
 	}
 	if (fflush(stdout) != 0)
 		return failure("cannot write the output: %s", strerror(errno));
-	return result;
+	return processExitCode(result);
 }

@@ -1,0 +1,86 @@
+// Finding cities as people type them: search's order and suggestions, and the same matching for
+// every command that takes a city.
+#include "ZonclockRun.h"
+
+namespace {
+
+class ZonclockSearch : public ZonclockFixture {
+protected:
+	// Catalogue ids of the rows a command prints, top to bottom, from the column at `column`.
+	std::vector<int> ids(const Outcome& result, size_t column = 0)
+	{
+		std::vector<int> found;
+		std::vector<std::string> rows = lines(result.out);
+		for (size_t i = 2; i < rows.size(); ++i) {
+			std::istringstream row(rows[i]);
+			int value = 0;
+			for (size_t c = 0; c <= column && row >> value; ++c) {}
+			found.push_back(value);
+		}
+		return found;
+	}
+};
+
+TEST_F(ZonclockSearch, FindsAnyPartOfANameOrCountryIgnoringCaseAndAccentsBestFirst)
+{
+	const struct {
+		const char* text;
+		std::vector<int> ids;
+	} cases[] = {
+		{"São Paulo", {270}}, {"sao paulo", {270}}, {"  SÃO PAULO ", {270}}, {"Zürich", {331}}, {"zurich", {331}},
+		{"york", {214}}, {"Delhi", {213}}, {"Kuwait", {161}},
+		// exact name, then a name that starts with it, then a word of a name, then a country
+		{"charlotte", {65, 66}}, {"diego", {91, 260}}, {"mexico", {193, 188, 298}}, {"new", {213, 214, 215, 22, 218, 242, 318}},
+		// a name that merely contains the text comes after the words that start with it
+		{"ton", {45, 80, 130, 153, 154, 259, 317, 318, 221}},
+		// several words typed together, and namesakes in catalogue order
+		{"SAN J", {262, 263, 264}}, {"kingston", {153, 154}},
+		// names in the catalogue languages and countries
+		{"서울", {272}}, {"القاهرة", {54}}, {"korea", {246, 272}}, {"대한민국", {272}},
+	};
+	for (const auto& c : cases) {
+		Outcome result = zonclock({"search", c.text});
+		EXPECT_SUCCESS(result) << c.text;
+		EXPECT_EQ(ids(result), c.ids) << c.text << "\n" << result.out;
+	}
+	EXPECT_EQ(ids(zonclock({"search"})).size(), 331u);
+	EXPECT_FALSE(std::filesystem::exists(_root)) << "search reads the catalogue only";
+}
+
+TEST_F(ZonclockSearch, CityOperandsMatchLikeSearchAndNameTheCandidatesWhenNotOne)
+{
+	for (const char* city : {"são paulo", "york", "Zürich", "charlotte", "서울"})
+		zonclock({"add", city});
+	EXPECT_EQ(ids(zonclock({"list"}), 2), (std::vector<int>{270, 214, 331, 65, 272}));
+	EXPECT_SUCCESS(zonclock({"remove", "SAO PAULO"}));
+	EXPECT_SUCCESS(zonclock({"replace", "zurich", "delhi"}));
+	EXPECT_EQ(ids(zonclock({"list"}), 2), (std::vector<int>{214, 213, 65, 272}));
+
+	// Not one city: a "not found" failure, one line naming what matched or came close, nothing on
+	// standard output, the lists untouched.
+	const struct {
+		std::vector<std::string> args;
+		std::vector<const char*> said;
+	} cases[] = {
+		{{"add", "st. john's"}, {"282", "283", "Canada"}},
+		{{"remove", "Kingston"}, {"Kingston (153, Canada)", "Kingston (154, Jamaica)"}},
+		{{"add", "san"}, {"11 cities", "San Antonio (259", "3 more"}},
+		{{"add", "Tokio"}, {"did you mean Tokyo (299"}}, {{"search", "Zuerich"}, {"did you mean Zurich (331"}},
+		{{"search", "new dehli"}, {"New Delhi (213"}}, {{"search", "\xff\xfe"}, {}},
+		{{"add", "korea"}, {"'korea'"}},
+		{{"add", "332"}, {"1..331"}}, {{"add", "99999999999999999999"}, {}},
+		{{"replace", "York", "San Jose"}, {"262", "263"}},
+		{{"diff", "Atlantis"}, {}}, {{"sun", "0"}, {}}, {{"weather", "Tokyo", "Kingston"}, {}},
+	};
+	for (const auto& c : cases) {
+		Outcome result = zonclock(c.args);
+		EXPECT_EQ(result.exitCode, 1) << c.args[0] << " " << c.args[1];
+		EXPECT_EQ(lines(result.err).size(), 1u) << result.err;
+		EXPECT_EQ(result.out, "");
+		for (const char* text : c.said)
+			EXPECT_TRUE(contains(result.err, text)) << result.err;
+	}
+	EXPECT_EQ(ids(zonclock({"list"}), 2), (std::vector<int>{214, 213, 65, 272}));
+}
+
+} // namespace

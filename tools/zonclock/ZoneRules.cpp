@@ -1,0 +1,150 @@
+#include "ZoneRules.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <memory>
+
+#include <unicode/basictz.h>
+#include <unicode/tzrule.h>
+#include <unicode/tztrans.h>
+
+namespace zonclock {
+
+namespace {
+
+std::unique_ptr<icu::TimeZone> rulesOf(const std::string& zone)
+{
+	return std::unique_ptr<icu::TimeZone>(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
+}
+
+void offsets(const icu::TimeZone& rules, int64_t at, int& raw, int& dst)
+{
+	int32_t rawMs = 0, dstMs = 0;
+	UErrorCode status = U_ZERO_ERROR;
+	rules.getOffset(static_cast<UDate>(at) * 1000.0, false, rawMs, dstMs, status);
+	raw = U_SUCCESS(status) ? rawMs / 1000 : 0;
+	dst = U_SUCCESS(status) ? dstMs / 1000 : 0;
+}
+
+} // namespace
+
+int zoneOffset(const std::string& zone, int64_t at)
+{
+	int raw, dst;
+	offsets(*rulesOf(zone), at, raw, dst);
+	return raw + dst;
+}
+
+int standardOffset(const std::string& zone, int64_t at)
+{
+	// Zones whose rules keep a negative saving (Dublin's winter, Casablanca's Ramadan) call the
+	// summer offset standard; the offset without any saving is the lesser of the two seasons.
+	std::unique_ptr<icu::TimeZone> rules = rulesOf(zone);
+	int raw, dst;
+	offsets(*rules, at, raw, dst);
+	int standard = raw + std::min(dst, 0);
+	OffsetChange change;
+	if (nextOffsetChange(zone, at, at + 366 * 86400, change)) {
+		offsets(*rules, change.at, raw, dst);
+		standard = std::min(standard, raw + std::min(dst, 0));
+	}
+	return standard;
+}
+
+bool nextOffsetChange(const std::string& zone, int64_t from, int64_t until, OffsetChange& change)
+{
+	std::unique_ptr<icu::TimeZone> rules = rulesOf(zone);
+	auto* basic = dynamic_cast<icu::BasicTimeZone*>(rules.get());
+	if (!basic)
+		return false;
+	UDate base = static_cast<UDate>(from) * 1000.0;
+	icu::TimeZoneTransition transition;
+	while (basic->getNextTransition(base, false, transition)) {
+		int64_t at = static_cast<int64_t>(transition.getTime() / 1000.0);
+		if (at > until)
+			return false;
+		const icu::TimeZoneRule* before = transition.getFrom();
+		const icu::TimeZoneRule* after = transition.getTo();
+		int was = (before->getRawOffset() + before->getDSTSavings()) / 1000;
+		int will = (after->getRawOffset() + after->getDSTSavings()) / 1000;
+		if (was != will) {
+			change = {at, was, will};
+			return true;
+		}
+		base = transition.getTime();
+	}
+	return false;
+}
+
+LocalTime fromLocalTime(const std::string& zone, int64_t wallSeconds)
+{
+	// A day either side covers any single change; the offsets in force there are the only
+	// candidates for the wall time.
+	const int64_t kDay = 86400;
+	std::unique_ptr<icu::TimeZone> rules = rulesOf(zone);
+	int raw, dst;
+	offsets(*rules, wallSeconds - kDay, raw, dst);
+	int earlier = raw + dst;
+	offsets(*rules, wallSeconds + kDay, raw, dst);
+	int later = raw + dst;
+
+	std::vector<int64_t> valid;
+	for (int offset : {earlier, later}) {
+		int64_t at = wallSeconds - offset;
+		offsets(*rules, at, raw, dst);
+		if (raw + dst == offset && (valid.empty() || valid.front() != at))
+			valid.push_back(at);
+	}
+	LocalTime result;
+	if (valid.empty()) {
+		result.kind = LocalTime::Skipped;
+		result.at = wallSeconds - earlier;
+	} else {
+		result.kind = valid.size() == 2 ? LocalTime::Repeated : LocalTime::Unique;
+		result.at = valid.size() == 2 ? std::min(valid[0], valid[1]) : valid[0];
+	}
+	return result;
+}
+
+bool parseGmtText(const std::string& text, int& seconds)
+{
+	char sign = 0;
+	int hours = 0, minutes = 0, used = 0;
+	int fields = sscanf(text.c_str(), "GMT%c%d%n:%d%n", &sign, &hours, &used, &minutes, &used);
+	if (fields < 2 || (sign != '+' && sign != '-') || static_cast<size_t>(used) != text.size())
+		return false;
+	seconds = (sign == '-' ? -1 : 1) * (hours * 3600 + minutes * 60);
+	return true;
+}
+
+std::string offsetText(int seconds)
+{
+	int minutes = (seconds < 0 ? -seconds : seconds) / 60;
+	char text[16];
+	snprintf(text, sizeof text, "%c%02d:%02d", seconds < 0 ? '-' : '+', minutes / 60, minutes % 60);
+	return text;
+}
+
+std::string isoInstant(int64_t seconds, const std::string& zone)
+{
+	int offset = zoneOffset(zone, seconds);
+	return wallText(seconds + offset, "%Y-%m-%dT%H:%M:%S") + offsetText(offset);
+}
+
+std::string wallText(int64_t wallSeconds, const char* pattern)
+{
+	time_t local = static_cast<time_t>(wallSeconds);
+	struct tm fields;
+	gmtime_r(&local, &fields);
+	char text[64];
+	return strftime(text, sizeof text, pattern, &fields) ? text : "";
+}
+
+std::string changeText(const OffsetChange& change)
+{
+	return wallText(change.at + change.before, "%Y-%m-%d %H:%M ") + offsetText(change.before) + " \u2192 " +
+		offsetText(change.after);
+}
+
+} // namespace zonclock
