@@ -78,8 +78,9 @@ TEST_F(ZonclockScriptTest, ClockAndChangesInJsonAndTsvFollowTheZoneRules)
 		EXPECT_EQ(city["localTime"], iso(zone, kFriday)) << zone;
 		EXPECT_EQ(city["offsetSeconds"], std::to_string(zoneClock(zone, kFriday).tm_gmtoff)) << zone;
 		EXPECT_EQ(city["differenceSeconds"], city["offsetSeconds"]) << "the device is on UTC";
-		if (city["zone"] == "Asia/Tokyo" || city["zone"] == "Asia/Kolkata")  // the same all year
+		if (city["zone"] == "Asia/Tokyo" || city["zone"] == "Asia/Kolkata") {  // the same all year
 			EXPECT_EQ(city["gmt"], ZonTimeUtil::getCurrentGMT(zone));
+		}
 	}
 	// London changes within the week, Sydney a day after it: only London's shows.
 	EXPECT_EQ(cities[0]["nextChange"], "null");
