@@ -21,6 +21,18 @@ function(zon_common_libraries)
   target_link_options(zon-common PRIVATE "LINKER:--version-script=${map}" "LINKER:-O1"
     "LINKER:-Bsymbolic-functions")
   set_property(TARGET zon-common APPEND PROPERTY LINK_DEPENDS ${map})
+  # A public class missing from the map would link in the library's own tests and fail only in a
+  # user's program: refuse to configure instead.
+  file(READ ${map} exported)
+  foreach(source ${sources})
+    get_filename_component(class ${source} NAME_WE)
+    if(EXISTS ${PROJECT_SOURCE_DIR}/inc/${class}.h AND NOT exported MATCHES "[ \t\n]${class}::\\*;")
+      file(STRINGS ${PROJECT_SOURCE_DIR}/inc/${class}.h declares REGEX "^class ${class}( |$|:)")
+      if(declares)
+        message(FATAL_ERROR "inc/${class}.h declares a public class that cmake/zon-common.map does not export")
+      endif()
+    endif()
+  endforeach()
   foreach(lib zon-common zon-common-ui)
     target_include_directories(${lib}
       PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/inc>
