@@ -308,7 +308,14 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 		return code;
 	for (const Given& one : fallbackOptions) {
 		if (one.option->count() != 0 && chosen < subcommands.size() && &commands.all()[chosen] != fallback) {
-			const char* name = commands.all()[chosen].name;
+			// "zonclock --format json now Seoul" reads as a global choice of output, and every
+			// command that prints data has --format; other options stay with their command.
+			const Command& named = commands.all()[chosen];
+			bool shared = std::any_of(named.options.begin(), named.options.end(),
+				[&](const Option& own) { return strcmp(own.name, one.row->name) == 0; });
+			if (shared && strcmp(one.row->name, kFormatOption.name) == 0)
+				continue;
+			const char* name = named.name;
 			return usageError(tr("unknown option '%s' for '%s' (see 'zonclock %s --help')"),
 				longName(one.row->name).c_str(), name, name);
 		}
