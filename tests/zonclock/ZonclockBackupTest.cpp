@@ -35,6 +35,8 @@ protected:
 	// Opened anew for every use so that zonclock's changes are read from the file.
 	ZonDBManager* db()
 	{
+		if (_db)
+			_db->finalize();
 		openDevice();
 		_db = ZonDBManager::getInstance();
 		_db->initialize();
@@ -50,7 +52,6 @@ protected:
 			for (int id : isSecond ? second : main)
 				manager->insert(id, allCityList[id - 1].cityname_eng, isSecond);
 		}
-		manager->finalize();
 	}
 
 	Lists lists()
@@ -65,7 +66,6 @@ protected:
 				(isSecond ? result.second : result.first).push_back(row);
 			}
 		}
-		manager->finalize();
 		return result;
 	}
 
@@ -101,11 +101,9 @@ TEST_F(ZonclockBackupTest, RestoreReproducesBothListsWithOrderAndWeather)
 {
 	// Tokyo in both lists; Cairo's catalogue name ends in a blank.
 	setLists({299, 35, 54}, {39, 299});
-	ZonDBManager* manager = db();
-	manager->updateWeatherInfo(299, SUNNY, 21, true, 1700000000);
-	manager->updateWeatherInfo(35, RAIN, INT_MIN, false, 1700000100);
-	manager->updateWeatherInfo(39, SNOW, -7, true, 1700000200);
-	manager->finalize();
+	db()->updateWeatherInfo(299, SUNNY, 21, true, 1700000000);
+	_db->updateWeatherInfo(35, RAIN, INT_MIN, false, 1700000100);
+	_db->updateWeatherInfo(39, SNOW, -7, true, 1700000200);
 	const Lists before = lists();
 	ASSERT_EQ((Row{299, "Tokyo", SUNNY, 21, true, 1700000000}), before.second.at(1));
 	ASSERT_EQ((Row{54, "Cairo ", 0, 0, false, 0}), before.first.at(2));
@@ -113,9 +111,7 @@ TEST_F(ZonclockBackupTest, RestoreReproducesBothListsWithOrderAndWeather)
 	Outcome backup = zonclock({"backup", _file});
 	EXPECT_EQ("Backed up 3 cities of the main list and 2 of the second list to " + _file + ".\n", backup.out);
 	setLists({11}, {11, 35});
-	manager = db();
-	manager->updateWeatherInfo(35, CLOUDY, 30, true, 1800000000);
-	manager->finalize();
+	db()->updateWeatherInfo(35, CLOUDY, 30, true, 1800000000);
 	Outcome restore = zonclock({"restore", _file});
 	EXPECT_EQ("Restored 3 cities to the main list and 2 to the second list from " + _file + ".\n", restore.out);
 	EXPECT_EQ(before, lists());
@@ -203,10 +199,6 @@ TEST_F(ZonclockBackupTest, DamagedOrImplausibleFileChangesNothingAndListsEveryPr
 		SCOPED_TRACE(said[0]);
 		expectRefusedRestore(text, said);
 	}
-
-	Outcome missing = zonclock({"restore", _tmp + "/no-such-file"});
-	EXPECT_EQ(1, missing.exitCode);
-	EXPECT_TRUE(contains(missing.err, "No such file or directory")) << missing.err;
 }
 
 TEST_F(ZonclockBackupTest, ARestoreCutShortLeavesTheOldListsAndAnUnreadableListIsNotBackedUp)
@@ -245,7 +237,8 @@ TEST_F(ZonclockBackupTest, ControlCharactersAndHugeArgumentsAreNotEchoedRaw)
 	EXPECT_SUCCESS(backup);
 	EXPECT_TRUE(contains(backup.out, "a\\x1B[2Jb\\nc.\n")) << backup.out;
 	Outcome restore = zonclock({"restore", odd + "\x7f"});
-	EXPECT_TRUE(contains(restore.err, "b\\nc\\x7F: No such file")) << restore.err;
+	EXPECT_EQ(1, restore.exitCode);
+	EXPECT_TRUE(contains(restore.err, "b\\nc\\x7F: No such file or directory")) << restore.err;
 
 	std::string huge(100000, 'y');
 	for (const std::vector<std::string>& args : {std::vector<std::string>{"add", huge}, {"restore", huge}, {huge}}) {
