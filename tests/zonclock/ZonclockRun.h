@@ -45,13 +45,9 @@ inline bool contains(const std::string& text, const std::string& part) { return 
 // The value after "Label:" on its own line.
 inline std::string field(const std::string& text, const std::string& label)
 {
-	for (const std::string& line : lines(text)) {
-		if (line.rfind(label + ":", 0) == 0) {
-			size_t start = line.find_first_not_of(' ', label.size() + 1);
-			return start == std::string::npos ? std::string() : line.substr(start);
-		}
-	}
-	return "(no " + label + " line)";
+	std::smatch match;
+	return std::regex_search(text, match, std::regex("(^|\n)" + label + ": *([^\n]*)")) ? match[2].str()
+		: "(no " + label + " line)";
 }
 
 // A table line's cells: columns are set apart by at least two blanks, cells hold single ones.
@@ -67,7 +63,7 @@ inline std::vector<std::vector<std::string>> tableRows(const std::string& text)
 	std::vector<std::vector<std::string>> rows;
 	bool inTable = false;
 	for (const std::string& line : lines(text)) {
-		if (line.rfind("---", 0) == 0 || line.rfind("-  ", 0) == 0)
+		if (line.rfind("-", 0) == 0 && line.find_first_not_of("- ") == std::string::npos)
 			inTable = true;
 		else if (inTable && line.empty())
 			break;
