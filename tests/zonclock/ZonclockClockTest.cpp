@@ -29,11 +29,7 @@ TEST_F(ZonclockClockTest, WorldClockShowsEveryCityInTheDevicesClockFormat)
 	EXPECT_TRUE(contains(zonclock({}).out, "zonclock add CITY")) << "the hint of an empty list";
 	EXPECT_TRUE(contains(zonclock({"clock", "--second"}).out, "zonclock add --second CITY"));
 	// Zones without daylight time, so the texts hold all year; Reykjavik keeps the device's time.
-	const struct {
-		const char* city;
-		const char* difference;
-		const char* gmt;
-	} cities[] = {{"Tokyo", "9 hrs ahead", "GMT+9"}, {"Reykjavik", "\u2014", "GMT+0"}, {"Kolkata", "5 hrs 30 mins ahead", "GMT+5:30"}};
+	const struct { const char *city, *difference, *gmt; } cities[] = {{"Tokyo", "9 hrs ahead", "GMT+9"}, {"Reykjavik", "\u2014", "GMT+0"}, {"Kolkata", "5 hrs 30 mins ahead", "GMT+5:30"}};
 	for (const auto& c : cities)
 		ASSERT_EQ(zonclock({"add", c.city}).exitCode, 0);
 

@@ -116,8 +116,7 @@ TEST_F(ZonclockScriptTest, AtShowsOneInstantEverywhereAcrossClockChanges)
 	const struct {
 		std::vector<std::string> args;
 		time_t instant;
-		const char* kind;
-		const char* newYorkDay;
+		const char *kind, *newYorkDay;
 	} cases[] = {
 		{{"at", "2026-03-29T01:30", "London"}, 1774747800, "skipped", "-1"},
 		{{"convert", "2026-10-25 01:30", "London"}, 1792888200, "repeated", "-1"},

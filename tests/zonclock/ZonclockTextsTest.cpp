@@ -69,9 +69,7 @@ TEST_F(ZonclockTextsTest, OwnWordsFollowTheLanguageAndClockAndUnitTheRegionUnles
 	ASSERT_EQ(zonclock({"add", "Tokyo"}).exitCode, 0);
 	ASSERT_EQ(zonclock({"--region", "en_US", "weather"}).exitCode, 0);
 	const struct {
-		const char* language;
-		const char* cityHeader;
-		const char* simulated;
+		const char *language, *cityHeader, *simulated;
 		std::set<std::string> dayOrNight;
 	} languages[] = {
 		{"en_US", "City", "(simulated)", {"day", "night"}},

@@ -73,8 +73,7 @@ TEST_F(ZonclockZoneTest, ListAndClockAgreeAndTheMapSaysWhenItHasNoDeviceBand)
 	ASSERT_EQ(zonclock({"add", "Sydney"}).exitCode, 0);
 	auto listed = tableRows(zonclock({"list"}).out);
 	auto clocked = tableRows(zonclock({"clock"}).out);
-	ASSERT_EQ(listed.size(), 1u);
-	ASSERT_EQ(clocked.size(), 1u);
+	ASSERT_TRUE(listed.size() == 1 && clocked.size() == 1);
 	EXPECT_EQ(listed[0][5], clocked[0][4]);
 	EXPECT_EQ(listed[0][6], "GMT+10") << "the catalogue's text in its own column";
 
