@@ -19,11 +19,7 @@ using Lists = std::pair<std::vector<Row>, std::vector<Row>>;    // main, second
 
 class ZonclockBackupTest : public ZonclockFixture {
 protected:
-	void SetUp() override
-	{
-		ZonclockFixture::SetUp();
-		_file = _tmp + "/cities.backup";
-	}
+	std::string file() const { return _tmp + "/cities.backup"; }
 
 	void TearDown() override
 	{
@@ -35,6 +31,8 @@ protected:
 	// Opened anew for every use so that zonclock's changes are read from the file.
 	ZonDBManager* db()
 	{
+		if (_db)
+			_db->finalize();
 		openDevice();
 		_db = ZonDBManager::getInstance();
 		_db->initialize();
@@ -50,7 +48,6 @@ protected:
 			for (int id : isSecond ? second : main)
 				manager->insert(id, allCityList[id - 1].cityname_eng, isSecond);
 		}
-		manager->finalize();
 	}
 
 	Lists lists()
@@ -65,26 +62,15 @@ protected:
 				(isSecond ? result.second : result.first).push_back(row);
 			}
 		}
-		manager->finalize();
 		return result;
-	}
-
-	// Runs SQL on the device's database with a connection of its own.
-	void sql(const std::string& statements)
-	{
-		openDevice();
-		sqlite3* handle = nullptr;
-		ASSERT_EQ(SQLITE_OK, sqlite3_open((_root + "/apps/" ZON_HOST_DEFAULT_APP_ID "/data/zonvista.db").c_str(), &handle));
-		EXPECT_EQ(SQLITE_OK, sqlite3_exec(handle, statements.c_str(), nullptr, nullptr, nullptr)) << sqlite3_errmsg(handle);
-		sqlite3_close(handle);
 	}
 
 	// A restore that must fail, change nothing and name each part of what is wrong.
 	void expectRefusedRestore(const std::string& text, const std::vector<std::string>& said)
 	{
 		const Lists current = lists();
-		std::ofstream(_file, std::ios::trunc) << text;
-		Outcome restore = zonclock({"restore", _file});
+		std::ofstream(file(), std::ios::trunc) << text;
+		Outcome restore = zonclock({"restore", file()});
 		EXPECT_EQ(1, restore.exitCode);
 		EXPECT_EQ("", restore.out);
 		EXPECT_TRUE(contains(restore.err, "nothing was changed")) << restore.err;
@@ -93,7 +79,6 @@ protected:
 		EXPECT_EQ(current, lists());
 	}
 
-	std::string _file;
 	ZonDBManager* _db = nullptr;
 };
 
@@ -101,23 +86,19 @@ TEST_F(ZonclockBackupTest, RestoreReproducesBothListsWithOrderAndWeather)
 {
 	// Tokyo in both lists; Cairo's catalogue name ends in a blank.
 	setLists({299, 35, 54}, {39, 299});
-	ZonDBManager* manager = db();
-	manager->updateWeatherInfo(299, SUNNY, 21, true, 1700000000);
-	manager->updateWeatherInfo(35, RAIN, INT_MIN, false, 1700000100);
-	manager->updateWeatherInfo(39, SNOW, -7, true, 1700000200);
-	manager->finalize();
+	db()->updateWeatherInfo(299, SUNNY, 21, true, 1700000000);
+	_db->updateWeatherInfo(35, RAIN, INT_MIN, false, 1700000100);
+	_db->updateWeatherInfo(39, SNOW, -7, true, 1700000200);
 	const Lists before = lists();
 	ASSERT_EQ((Row{299, "Tokyo", SUNNY, 21, true, 1700000000}), before.second.at(1));
 	ASSERT_EQ((Row{54, "Cairo ", 0, 0, false, 0}), before.first.at(2));
 
-	Outcome backup = zonclock({"backup", _file});
-	EXPECT_EQ("Backed up 3 cities of the main list and 2 of the second list to " + _file + ".\n", backup.out);
+	Outcome backup = zonclock({"backup", file()});
+	EXPECT_EQ("Backed up 3 cities of the main list and 2 of the second list to " + file() + ".\n", backup.out);
 	setLists({11}, {11, 35});
-	manager = db();
-	manager->updateWeatherInfo(35, CLOUDY, 30, true, 1800000000);
-	manager->finalize();
-	Outcome restore = zonclock({"restore", _file});
-	EXPECT_EQ("Restored 3 cities to the main list and 2 to the second list from " + _file + ".\n", restore.out);
+	db()->updateWeatherInfo(35, CLOUDY, 30, true, 1800000000);
+	Outcome restore = zonclock({"restore", file()});
+	EXPECT_EQ("Restored 3 cities to the main list and 2 to the second list from " + file() + ".\n", restore.out);
 	EXPECT_EQ(before, lists());
 	// Neither session leaves its file in the application's trusted directory.
 	for (const char* name : {"backup.dat", "restore.dat"})
@@ -125,9 +106,9 @@ TEST_F(ZonclockBackupTest, RestoreReproducesBothListsWithOrderAndWeather)
 
 	// Empty lists are backed up too, and restoring them empties the device.
 	setLists({}, {});
-	EXPECT_SUCCESS(zonclock({"backup", _file}));
+	EXPECT_SUCCESS(zonclock({"backup", file()}));
 	setLists({1, 2}, {3});
-	EXPECT_SUCCESS(zonclock({"restore", _file}));
+	EXPECT_SUCCESS(zonclock({"restore", file()}));
 	EXPECT_EQ(Lists(), lists());
 }
 
@@ -136,8 +117,8 @@ TEST_F(ZonclockBackupTest, NeitherAddNorRestoreGoesPastTheApplicationsLimitOfTwe
 	std::vector<int> cities(21);
 	std::iota(cities.begin(), cities.end(), 1);
 	setLists(cities, {});
-	EXPECT_SUCCESS(zonclock({"backup", _file}));
-	const std::string tooMany = readFile(_file);
+	EXPECT_SUCCESS(zonclock({"backup", file()}));
+	const std::string tooMany = readFile(file());
 	cities.pop_back();
 	setLists(cities, {});
 	const Lists full = lists();
@@ -154,8 +135,8 @@ TEST_F(ZonclockBackupTest, NeitherAddNorRestoreGoesPastTheApplicationsLimitOfTwe
 TEST_F(ZonclockBackupTest, DamagedOrImplausibleFileChangesNothingAndListsEveryProblem)
 {
 	setLists({299, 35, 54}, {39});
-	EXPECT_SUCCESS(zonclock({"backup", _file}));
-	const std::string good = readFile(_file);
+	EXPECT_SUCCESS(zonclock({"backup", file()}));
+	const std::string good = readFile(file());
 	setLists({11, 35}, {});
 
 	auto replaced = [&good](std::vector<std::pair<std::string, std::string>> edits) {
@@ -203,32 +184,32 @@ TEST_F(ZonclockBackupTest, DamagedOrImplausibleFileChangesNothingAndListsEveryPr
 		SCOPED_TRACE(said[0]);
 		expectRefusedRestore(text, said);
 	}
-
-	Outcome missing = zonclock({"restore", _tmp + "/no-such-file"});
-	EXPECT_EQ(1, missing.exitCode);
-	EXPECT_TRUE(contains(missing.err, "No such file or directory")) << missing.err;
 }
 
 TEST_F(ZonclockBackupTest, ARestoreCutShortLeavesTheOldListsAndAnUnreadableListIsNotBackedUp)
 {
 	setLists({299, 35, 54}, {39});
-	EXPECT_SUCCESS(zonclock({"backup", _file}));
+	EXPECT_SUCCESS(zonclock({"backup", file()}));
 	setLists({11}, {12});
 	// The third city cannot be written, as on a full disk: the two before it must not stay.
-	sql("CREATE TRIGGER full BEFORE INSERT ON added_city2 WHEN NEW.city_id = 54 BEGIN SELECT RAISE(FAIL, 'disk full'); END;");
-	Outcome restore = zonclock({"restore", _file});
+	std::string dbFile = _root + "/apps/" ZON_HOST_DEFAULT_APP_ID "/data/zonvista.db";
+	sqlite3* handle = nullptr;
+	ASSERT_EQ(SQLITE_OK, sqlite3_open(dbFile.c_str(), &handle));
+	EXPECT_EQ(SQLITE_OK, sqlite3_exec(handle, "CREATE TRIGGER full BEFORE INSERT ON added_city2 WHEN NEW.city_id = 54 "
+		"BEGIN SELECT RAISE(FAIL, 'disk full'); END;", nullptr, nullptr, nullptr)) << sqlite3_errmsg(handle);
+	sqlite3_close(handle);
+	Outcome restore = zonclock({"restore", file()});
 	EXPECT_EQ(1, restore.exitCode);
 	EXPECT_TRUE(contains(restore.err, "nothing was changed: cannot write main.2")) << restore.err;
 	EXPECT_EQ(Lists({{11, "Amsterdam", 0, 0, false, 0}}, {{12, "Anadyr", 0, 0, false, 0}}), lists());
 
 	// A file that is no database: no backup is written, and the reason is given.
-	std::string dbFile = _root + "/apps/" ZON_HOST_DEFAULT_APP_ID "/data/zonvista.db";
 	std::ofstream(dbFile, std::ios::trunc) << std::string(4096, 'x');
-	std::filesystem::remove(_file);
-	Outcome backup = zonclock({"backup", _file});
+	std::filesystem::remove(file());
+	Outcome backup = zonclock({"backup", file()});
 	EXPECT_EQ(1, backup.exitCode);
 	EXPECT_TRUE(contains(backup.err, "nothing was written: the city database file is not a database")) << backup.err;
-	EXPECT_FALSE(std::filesystem::exists(_file));
+	EXPECT_FALSE(std::filesystem::exists(file()));
 	for (const std::vector<std::string>& args : {std::vector<std::string>{"list"}, {"list", "--second"}, {"remove", "11"}, {}}) {
 		Outcome result = zonclock(args);
 		EXPECT_EQ(1, result.exitCode);
@@ -245,7 +226,8 @@ TEST_F(ZonclockBackupTest, ControlCharactersAndHugeArgumentsAreNotEchoedRaw)
 	EXPECT_SUCCESS(backup);
 	EXPECT_TRUE(contains(backup.out, "a\\x1B[2Jb\\nc.\n")) << backup.out;
 	Outcome restore = zonclock({"restore", odd + "\x7f"});
-	EXPECT_TRUE(contains(restore.err, "b\\nc\\x7F: No such file")) << restore.err;
+	EXPECT_EQ(1, restore.exitCode);
+	EXPECT_TRUE(contains(restore.err, "b\\nc\\x7F: No such file or directory")) << restore.err;
 
 	std::string huge(100000, 'y');
 	for (const std::vector<std::string>& args : {std::vector<std::string>{"add", huge}, {"restore", huge}, {huge}}) {

@@ -45,23 +45,47 @@ inline bool contains(const std::string& text, const std::string& part) { return 
 // The value after "Label:" on its own line.
 inline std::string field(const std::string& text, const std::string& label)
 {
-	for (const std::string& line : lines(text)) {
-		if (line.rfind(label + ":", 0) == 0) {
-			size_t start = line.find_first_not_of(' ', label.size() + 1);
-			return start == std::string::npos ? std::string() : line.substr(start);
-		}
-	}
-	return "(no " + label + " line)";
+	std::smatch match;
+	return std::regex_search(text, match, std::regex("(^|\n)" + label + ": *([^\n]*)")) ? match[2].str()
+		: "(no " + label + " line)";
 }
 
-// The cells of the table row whose first cell is `first`; columns are set apart by at least two
-// blanks, cells hold single ones.
-inline std::vector<std::string> rowOf(const std::string& table, const std::string& first)
+// A table line's cells: columns are set apart by at least two blanks, cells hold single ones.
+inline std::vector<std::string> cells(const std::string& line)
 {
 	static const std::regex gap("  +");
+	return {std::sregex_token_iterator(line.begin(), line.end(), gap, -1), {}};
+}
+
+// The table rows after the header's dashes.
+inline std::vector<std::vector<std::string>> tableRows(const std::string& text)
+{
+	std::vector<std::vector<std::string>> rows;
+	bool inTable = false;
+	for (const std::string& line : lines(text)) {
+		if (line.rfind("-", 0) == 0 && line.find_first_not_of("- ") == std::string::npos)
+			inTable = true;
+		else if (inTable && line.empty())
+			break;
+		else if (inTable)
+			rows.push_back(cells(line));
+	}
+	return rows;
+}
+
+// The numbers of a table's column `column`, top to bottom.
+inline std::vector<int> idsIn(const std::string& table, size_t column)
+{
+	std::vector<int> ids;
+	for (const auto& row : tableRows(table))
+		ids.push_back(row.size() > column ? atoi(row[column].c_str()) : -1);
+	return ids;
+}
+
+inline std::vector<std::string> rowOf(const std::string& table, const std::string& first)
+{
 	for (const std::string& line : lines(table)) {
-		std::vector<std::string> row{std::sregex_token_iterator(line.begin(), line.end(), gap, -1), {}};
-		if (!row.empty() && row[0] == first)
+		if (std::vector<std::string> row = cells(line); !row.empty() && row[0] == first)
 			return row;
 	}
 	return {};

@@ -53,10 +53,8 @@ protected:
 			GList* members = json_object_get_members(object);
 			for (GList* m = members; m; m = m->next) {
 				JsonNode* node = json_object_get_member(object, static_cast<const char*>(m->data));
-				row[static_cast<const char*>(m->data)] = JSON_NODE_HOLDS_NULL(node) ? "null"
-					: json_node_get_value_type(node) == G_TYPE_STRING ? json_node_get_string(node)
-					: json_node_get_value_type(node) == G_TYPE_BOOLEAN ? (json_node_get_boolean(node) ? "true" : "false")
-					: std::to_string(json_node_get_int(node));
+				g_autofree gchar* text = json_to_string(node, FALSE);
+				row[static_cast<const char*>(m->data)] = json_node_get_value_type(node) == G_TYPE_STRING ? json_node_get_string(node) : text;
 			}
 			g_list_free(members);
 			rows.push_back(row);
@@ -118,8 +116,7 @@ TEST_F(ZonclockScriptTest, AtShowsOneInstantEverywhereAcrossClockChanges)
 	const struct {
 		std::vector<std::string> args;
 		time_t instant;
-		const char* kind;
-		const char* newYorkDay;
+		const char *kind, *newYorkDay;
 	} cases[] = {
 		{{"at", "2026-03-29T01:30", "London"}, 1774747800, "skipped", "-1"},
 		{{"convert", "2026-10-25 01:30", "London"}, 1792888200, "repeated", "-1"},

@@ -8,29 +8,7 @@ namespace {
 
 class ZonclockTest : public ZonclockFixture {
 protected:
-	// Catalogue ids of a printed list, top to bottom (the table's third column).
-	std::vector<int> listedIds(const std::vector<std::string>& args = {"list"})
-	{
-		Outcome list = zonclock(args);
-		EXPECT_SUCCESS(list);
-		std::vector<int> ids;
-		std::vector<std::string> rows = lines(list.out);
-		for (size_t i = 2; i < rows.size(); ++i) {
-			std::istringstream row(rows[i]);
-			int position, rowId, id;
-			if (row >> position >> rowId >> id)
-				ids.push_back(id);
-		}
-		return ids;
-	}
-
-	int dbChangedPreference()
-	{
-		openDevice();
-		int value = -1;
-		EXPECT_EQ(preference_get_int("ZonDBChanged", &value), PREFERENCE_ERROR_NONE);
-		return value;
-	}
+	std::vector<int> listedIds(const std::vector<std::string>& args = {"list"}) { return idsIn(zonclock(args).out, 2); }
 
 	void expectRefused(const std::vector<std::string>& args, const std::string& said)
 	{
@@ -56,9 +34,13 @@ TEST_F(ZonclockTest, AddRemoveAndReplaceKeepEachListInOrder)
 	expectRefused({"replace", "154", "Tokyo"}, "already in the main list");
 	EXPECT_SUCCESS(zonclock({"replace", "153", "berlin"}));
 
-	int before = dbChangedPreference();
+	int before = -1, after = -1;
+	openDevice();
+	ASSERT_EQ(preference_get_int("ZonDBChanged", &before), PREFERENCE_ERROR_NONE);
 	EXPECT_SUCCESS(zonclock({"remove", "154"}));
-	EXPECT_EQ(dbChangedPreference(), before ? 0 : 1) << "a removal must reach the other processes";
+	openDevice();
+	ASSERT_EQ(preference_get_int("ZonDBChanged", &after), PREFERENCE_ERROR_NONE);
+	EXPECT_EQ(after, before ? 0 : 1) << "a removal must reach the other processes";
 	expectRefused({"remove", "154"}, "not in the main list");
 	expectRefused({"remove", "cairo", "--second"}, "not in the second list");
 	EXPECT_EQ(listedIds(), (std::vector<int>{299, 54, 283, 39}));
@@ -76,12 +58,15 @@ TEST_F(ZonclockTest, AddRemoveAndReplaceKeepEachListInOrder)
 
 TEST_F(ZonclockTest, BadCommandLinesGiveOneLineAndHelpGoesToStandardOutput)
 {
-	for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
-			 {"frobnicate"}, {"add"}, {"add", "Tokyo", "Seoul"}, {"replace", "Tokyo"}, {"list", "--bogus"},
-			 {"--second", "list"}, {"list", "--second=yes"}, {"list", "extra"}, {"help", "frobnicate"},
-			 {"search", "a", "b"}, {"list", "--format", "xml"}, {"at", "25:00"}, {"at", "2026-02-30T10:00"},
-			 {"changes", "--days", "0"}, {"--second", "--format=json", "list"}, {"now"}})
-		expectUsageError(zonclock(args), args[0]);
+	for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{{"frobnicate"}, {"add"},
+			 {"add", "Tokyo", "Seoul"}, {"replace", "Tokyo"}, {"list", "--bogus"}, {"--second", "list"},
+			 {"list", "--second=yes"}, {"list", "extra"}, {"help", "frobnicate"}, {"search", "a", "b"},
+			 {"list", "--format", "xml"}, {"at", "25:00"}, {"at", "2026-02-30T10:00"}, {"changes", "--days", "0"},
+			 {"--second", "--format=json", "list"}, {"now"}, {"--region", "xx_YY"}, {"--language", "klingon", "diff", "Tokyo"},
+			 {"--region", "C"}, {"--24h", "--12h"}, {"--region"}, {"diff"}, {"sun", "Tokyo", "Seoul"},
+			 {"weather", "--agent", "loud"}, {"weather", "--agent", "delay=soon"}, {"weather", "--timeout", "0"},
+			 {"weather", "--timeout", "1.5"}})
+		expectUsageError(zonclock(args), args[0] + " " + (args.size() > 1 ? args[1] : ""));
 	expectUsageError(run({"list", "--root"}), "--root without a value");
 	expectUsageError(run({"--root=", "list"}), "empty --root");
 
@@ -92,6 +77,8 @@ TEST_F(ZonclockTest, BadCommandLinesGiveOneLineAndHelpGoesToStandardOutput)
 		EXPECT_EQ(help.out.rfind("Usage: zonclock", 0), 0u) << help.out;
 	}
 	EXPECT_TRUE(contains(zonclock({"add", "--help"}).out, "zonclock add CITY [--second]"));
+	for (const char* command : {"clock", "diff", "sun", "weather"})
+		EXPECT_EQ(zonclock({command, "--help"}).out.rfind(std::string("Usage: zonclock ") + command, 0), 0u) << command;
 	EXPECT_FALSE(std::filesystem::exists(_root));
 	EXPECT_FALSE(std::filesystem::exists(_envRoot));
 }
