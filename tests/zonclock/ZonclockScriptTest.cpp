@@ -86,6 +86,11 @@ TEST_F(ZonclockScriptTest, ClockAndChangesInJsonAndTsvFollowTheZoneRules)
 	EXPECT_EQ(zoneClock("Europe/London", kLondonSpring - 1).tm_gmtoff, 0);
 	EXPECT_EQ(cities[2]["nextOffsetSeconds"], "3600");
 	EXPECT_EQ(cities[3]["nextChange"], "null");
+	// The one-line form, its --format given before the command as scripts tend to write it.
+	auto now = json({"--format", "json", "now", "Sydney", "Tokyo"}, "cities");
+	ASSERT_EQ(now.size(), 2u);
+	EXPECT_EQ(now[0]["localTime"], cities[3]["localTime"]);
+	EXPECT_EQ(now[1]["offset"], "+09:00");
 
 	auto changes = json({"changes", "--days", "9", "--format", "json", "Sydney", "Tokyo"}, "changes");
 	ASSERT_EQ(changes.size(), 2u);
