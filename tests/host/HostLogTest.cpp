@@ -37,13 +37,12 @@ TEST_F(HostLog, FileLinesLookLikeTheDeviceReader)
 
 	std::vector<std::string> lines = readLines(file);
 	ASSERT_EQ(3u, lines.size());
-	const std::string pid = std::to_string(getpid());
-	const std::string stamp = R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}[+-]\d{4} )";
-	EXPECT_TRUE(std::regex_match(lines[0], std::regex(stamp + R"(E/zonvista\( *)" + pid +
-			R"(\): ZonDBManager\.cpp: initialize\(12\) > \x1b\[0;31m\* Critical \* failed\x1b\[0;m)")))
-			<< lines[0];
-	EXPECT_TRUE(std::regex_match(lines[1], std::regex(stamp + R"(D/WAPP    \( *)" + pid + R"(\): two)"))) << lines[1];
-	EXPECT_TRUE(std::regex_match(lines[2], std::regex(stamp + R"(D/WAPP    \( *)" + pid + R"(\): lines)"))) << lines[2];
+	const std::string stamp = R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}[+-]\d{4} )", pid = R"(\( *)" + std::to_string(getpid()) + R"(\): )";
+	const std::string expected[] = {
+		stamp + "E/zonvista" + pid + R"(ZonDBManager\.cpp: initialize\(12\) > \x1b\[0;31m\* Critical \* failed\x1b\[0;m)",
+		stamp + "D/WAPP    " + pid + "two", stamp + "D/WAPP    " + pid + "lines"};
+	for (size_t i = 0; i < lines.size(); ++i)
+		EXPECT_TRUE(std::regex_match(lines[i], std::regex(expected[i]))) << lines[i];
 	int priority = 0;
 	const char *tag = nullptr;
 	EXPECT_EQ(2u, zon_host_log_count()) << "silent lines are dropped";

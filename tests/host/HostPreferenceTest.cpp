@@ -27,8 +27,7 @@ TEST_F(HostPreference, ValuesSurviveANewProcessAndMismatchesLeaveTheOutputAlone)
 	EXPECT_EQ(0, zon_host_reset());
 	char *s = nullptr;
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_get_string(oddKey.c_str(), &s));
-	EXPECT_EQ(oddText, s);
-	free(s);
+	EXPECT_EQ(oddText, takeText(s));
 
 	int i = 42;
 	EXPECT_EQ(PREFERENCE_ERROR_INVALID_PARAMETER, preference_get_int(oddKey.c_str(), &i));

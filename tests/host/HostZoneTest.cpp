@@ -35,10 +35,7 @@ protected:
 	// What the time utilities leave behind: TZ set to a city, then unset, then tzset().
 	static long localOffsetAfterCityConversion(time_t t)
 	{
-		setenv("TZ", "America/New_York", 1);
-		tzset();
-		unsetenv("TZ");
-		tzset();
+		zoneClock("America/New_York", t);
 		struct tm local;
 		localtime_r(&t, &local);
 		return local.tm_gmtoff;
@@ -66,9 +63,7 @@ TEST_F(HostZone, OneCallMovesLinkSettingCLibraryAndIcuTogetherOrRefusesAndChange
 		ASSERT_EQ(0, zon_host_set_device_zone(zone));
 		EXPECT_EQ(std::string("/usr/share/zoneinfo/") + zone, link());
 		EXPECT_STREQ(zone, zon_host_device_zone());
-		char *setting = vconf_get_str(VCONFKEY_SETAPPL_TIMEZONE_ID);
-		EXPECT_STREQ(zone, setting);
-		free(setting);
+		EXPECT_EQ(zone, takeText(vconf_get_str(VCONFKEY_SETAPPL_TIMEZONE_ID)));
 
 		const long expected = zoneClock(zone, now).tm_gmtoff;
 		EXPECT_EQ(expected, localOffsetAfterCityConversion(now));

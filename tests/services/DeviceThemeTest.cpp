@@ -28,10 +28,8 @@ protected:
 	void SetUp() override
 	{
 		HostFixture::SetUp();
-		char* dir = app_get_shared_resource_path();
-		ASSERT_NE(nullptr, dir);
-		sharedRes = dir;
-		free(dir);
+		sharedRes = takeText(app_get_shared_resource_path());
+		ASSERT_NE("<null>", sharedRes);
 		mkdir((sharedRes + "tables").c_str(), 0755);
 		baseline = zon_host_theme_table_count();
 	}
