@@ -27,7 +27,7 @@ protected:
 	}
 };
 
-TEST_F(HostLog, FileLinesLookLikeTheDeviceReader)
+TEST_F(HostLog, FileLinesLookLikeTheDeviceReaderAndFollowTheVariable)
 {
 	const std::string file = rootPath("device.log");
 	setEnv("ZON_HOST_LOG", file.c_str());
@@ -49,6 +49,23 @@ TEST_F(HostLog, FileLinesLookLikeTheDeviceReader)
 	EXPECT_STREQ("two\nlines", zon_host_log_line(1, &priority, &tag)) << "captured as logged";
 	EXPECT_EQ(DLOG_DEBUG, priority);
 	EXPECT_STREQ("WAPP", tag);
+
+	// The file stays open between lines, yet follows the variable, and a reset lets go of a file
+	// that was removed meanwhile.
+	const std::string first = rootPath("first.log"), second = rootPath("second.log");
+	setEnv("ZON_HOST_LOG", first.c_str());
+	dlog_print(DLOG_INFO, "zonvista", "one");
+	setEnv("ZON_HOST_LOG", second.c_str());
+	dlog_print(DLOG_INFO, "zonvista", "two");
+	setEnv("ZON_HOST_LOG", first.c_str());
+	dlog_print(DLOG_INFO, "zonvista", "three");
+	EXPECT_EQ((std::vector<std::string>{"one", "three"}), readLines(first, true));
+	EXPECT_EQ(std::vector<std::string>{"two"}, readLines(second, true));
+
+	ASSERT_EQ(0, unlink(first.c_str()));
+	zon_host_reset();
+	dlog_print(DLOG_INFO, "zonvista", "four");
+	EXPECT_EQ(std::vector<std::string>{"four"}, readLines(first, true));
 }
 
 // Standard error gets errors only, and of them not a fresh device's unset settings, which are
@@ -78,26 +95,6 @@ TEST_F(HostLog, StandardErrorGetsErrorsButNotFirstRunSettingReads)
 	ASSERT_EQ(VCONF_ERROR, vconf_get_int("db/zon/never_set", &value));
 	dlog_print(DLOG_ERROR, "zonvista", "%s", unread);
 	EXPECT_EQ((std::vector<std::string>{unread}), readLines(file, true)) << "the log file keeps it";
-}
-
-// The file stays open between lines, yet follows the variable, and a reset lets go of a file
-// that was removed meanwhile.
-TEST_F(HostLog, LinesFollowTheLogFileNamedNow)
-{
-	const std::string first = rootPath("first.log"), second = rootPath("second.log");
-	setEnv("ZON_HOST_LOG", first.c_str());
-	dlog_print(DLOG_INFO, "zonvista", "one");
-	setEnv("ZON_HOST_LOG", second.c_str());
-	dlog_print(DLOG_INFO, "zonvista", "two");
-	setEnv("ZON_HOST_LOG", first.c_str());
-	dlog_print(DLOG_INFO, "zonvista", "three");
-	EXPECT_EQ((std::vector<std::string>{"one", "three"}), readLines(first, true));
-	EXPECT_EQ(std::vector<std::string>{"two"}, readLines(second, true));
-
-	ASSERT_EQ(0, unlink(first.c_str()));
-	zon_host_reset();
-	dlog_print(DLOG_INFO, "zonvista", "four");
-	EXPECT_EQ(std::vector<std::string>{"four"}, readLines(first, true));
 }
 
 } // namespace

@@ -19,19 +19,13 @@ void receive(int port, const char *app, const char *remotePort, bool, bundle *ms
 			(remotePort ? remotePort : "-") + " " + (v ? v : "-"));
 }
 
-bundle *message(const char *result)
-{
-	bundle *b = bundle_create();
-	bundle_add_str(b, "result", result);
-	return b;
-}
-
 TEST_F(HostMessagePort, MessageArrivesAsACopyOnTheMainLoop)
 {
 	std::vector<std::string> inbox;
 	int id = message_port_register_local_port("zonvista_base_weather_port", receive, &inbox);
 	ASSERT_GT(id, 0);
-	bundle *b = message("0");
+	bundle *b = bundle_create();
+	bundle_add_str(b, "result", "0");
 	ASSERT_EQ(MESSAGE_PORT_ERROR_NONE,
 			message_port_send_message(ZON_HOST_DEFAULT_APP_ID, "zonvista_base_weather_port", b));
 	bundle_del(b, "result");

@@ -15,7 +15,7 @@ namespace {
 
 class HostPath : public HostFixture {};
 
-TEST_F(HostPath, ApplicationDirectoriesExistEndInSlashAndStayInside)
+TEST_F(HostPath, ApplicationAndDevicePathsExistEndInSlashAndStayInside)
 {
 	const std::string app = root() + "/apps/korvath.zonvista/";
 	const struct {
@@ -43,6 +43,16 @@ TEST_F(HostPath, ApplicationDirectoriesExistEndInSlashAndStayInside)
 	zon_host_set_app_id("korvath.blocked");
 	EXPECT_EQ("<null>", takeText(app_get_shared_trusted_path()));
 	EXPECT_EQ(APP_ERROR_IO_ERROR, get_last_result());
+
+	// Device paths map below the root.
+	const std::string fs = root() + "/fs";
+	EXPECT_EQ(fs + "/tmp/.zonvista_ldu", takeText(zon_platform_path("/tmp/.zonvista_ldu")));
+	EXPECT_TRUE(g_file_test((fs + "/tmp").c_str(), G_FILE_TEST_IS_DIR)) << "parent is created";
+	EXPECT_FALSE(g_file_test((fs + "/tmp/.zonvista_ldu").c_str(), G_FILE_TEST_EXISTS)) << "the file is not";
+	EXPECT_EQ(fs + "/opt/etc/localtime", takeText(zon_platform_path("//opt/./etc//localtime")));
+	EXPECT_EQ(fs + "/etc/passwd", takeText(zon_platform_path("/../../etc/passwd"))) << "cannot leave the device";
+	EXPECT_EQ("<null>", takeText(zon_platform_path("tmp/.zonvista_ldu")));
+	EXPECT_EQ("<null>", takeText(zon_platform_path(nullptr)));
 }
 
 TEST_F(HostPath, DeviceRootComesFromTheEnvironment)
@@ -57,18 +67,6 @@ TEST_F(HostPath, DeviceRootComesFromTheEnvironment)
 	setEnv("HOME", rootPath("home").c_str());
 	zon_host_reset();
 	EXPECT_STREQ(rootPath("home/.local/share/zon-host").c_str(), zon_host_root());
-}
-
-TEST_F(HostPath, DevicePathsMapBelowTheRoot)
-{
-	const std::string fs = root() + "/fs";
-	EXPECT_EQ(fs + "/tmp/.zonvista_ldu", takeText(zon_platform_path("/tmp/.zonvista_ldu")));
-	EXPECT_TRUE(g_file_test((fs + "/tmp").c_str(), G_FILE_TEST_IS_DIR)) << "parent is created";
-	EXPECT_FALSE(g_file_test((fs + "/tmp/.zonvista_ldu").c_str(), G_FILE_TEST_EXISTS)) << "the file is not";
-	EXPECT_EQ(fs + "/opt/etc/localtime", takeText(zon_platform_path("//opt/./etc//localtime")));
-	EXPECT_EQ(fs + "/etc/passwd", takeText(zon_platform_path("/../../etc/passwd"))) << "cannot leave the device";
-	EXPECT_EQ("<null>", takeText(zon_platform_path("tmp/.zonvista_ldu")));
-	EXPECT_EQ("<null>", takeText(zon_platform_path(nullptr)));
 }
 
 } // namespace
