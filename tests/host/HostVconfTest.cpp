@@ -13,8 +13,9 @@ namespace {
 
 class HostVconf : public HostFixture {};
 
-TEST_F(HostVconf, UnsetKeysFailAndTypedValuesPersist)
+TEST_F(HostVconf, UnsetKeysFailTypedValuesPersistAndChangesAreNotifiedOnTheMainLoop)
 {
+	setEnv("LANG", "en_GB.UTF-8");
 	int value = 7;
 	EXPECT_EQ(VCONF_ERROR, vconf_get_int("db/retailmode/enabled", &value));
 	EXPECT_EQ(7, value);
@@ -24,17 +25,14 @@ TEST_F(HostVconf, UnsetKeysFailAndTypedValuesPersist)
 	EXPECT_EQ(1, value) << "booleans read back as 0 or 1";
 	EXPECT_EQ(VCONF_ERROR, vconf_get_int("db/setting/accessibility/tts", &value));
 	EXPECT_EQ(VCONF_ERROR_WRONG_TYPE, vconf_get_ext_errno());
-}
 
-TEST_F(HostVconf, NotifiesOnTheMainLoopOnlyOnChange)
-{
+	// Notified on the main loop, only on change.
 	static std::vector<std::string> seen;
 	seen.clear();
 	vconf_callback_fn record = [](keynode_t *node, void *) {
 		const char *s = vconf_keynode_get_str(node);
 		seen.push_back(s ? s : "int " + std::to_string(vconf_keynode_get_int(node)));
 	};
-	setEnv("LANG", "en_GB.UTF-8");
 	ASSERT_EQ(VCONF_OK, vconf_notify_key_changed(VCONFKEY_REGIONFORMAT, record, nullptr));
 	ASSERT_EQ(VCONF_OK, vconf_set_str(VCONFKEY_REGIONFORMAT, "en_GB.UTF-8"));
 	EXPECT_EQ(0, zon_host_pump(100)) << "the default is already the value: no change";

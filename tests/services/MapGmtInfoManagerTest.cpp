@@ -75,13 +75,11 @@ TEST_F(MapGmtInfoManagerTest, ScrollPositionPicksTheNearestLeftEdge)
 	// Every position of the map against the nearest edge worked out over all bands: ties go to
 	// the lower band (21 lies 8 from 13 and 29), and off the map on either side is the last band.
 	for (int x = -5; x <= 900; ++x) {
-		int nearest = 28;
-		if (x >= 0 && x <= kStarts.back()) {
-			nearest = 0;
-			for (int i = 1; i < 29; ++i) {
-				if (abs(kStarts[i] - x) < abs(kStarts[nearest] - x))
-					nearest = i;
-			}
+		const bool onMap = x >= 0 && x <= kStarts.back();
+		int nearest = onMap ? 0 : 28;
+		for (int i = 1; onMap && i < 29; ++i) {
+			if (abs(kStarts[i] - x) < abs(kStarts[nearest] - x))
+				nearest = i;
 		}
 		EXPECT_EQ(kStarts[nearest], map->getDetailedPosX(x)) << "posX " << x;
 		selectBand(3);

@@ -304,10 +304,7 @@ TEST_F(SignalObjectBinding, ListenersSignalsAndTheirObjectsLetGoOfEachOther)
 	});
 	doomed->emit(1);
 	signal.addListener([](int) {}, active);
-	{
-		Signal shortLived;
-		shortLived.addListener([](int) {}, active);
-	}
+	std::make_unique<Signal>()->addListener([](int) {}, active);   // a signal gone at once
 	evas_object_del(active);
 	evas_object_del(waiting);
 	EXPECT_EQ(0, signal.getListenerCount());

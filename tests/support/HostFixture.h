@@ -50,9 +50,7 @@ protected:
 	void TearDown() override
 	{
 		int leaked = zon_host_reset();
-		if (checkLeaks_) {
-			EXPECT_EQ(0, leaked) << "change-callback registrations were left behind";
-		}
+		EXPECT_TRUE(!checkLeaks_ || leaked == 0) << leaked << " change-callback registrations were left behind";
 		for (auto it = savedEnv_.rbegin(); it != savedEnv_.rend(); ++it) {
 			if (it->second.first)
 				setenv(it->first.c_str(), it->second.second.c_str(), 1);

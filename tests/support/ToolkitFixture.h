@@ -74,14 +74,10 @@ protected:
 
 	void TearDown() override
 	{
-		if (window_) {
-			evas_object_del(window_);
-			window_ = nullptr;
-		}
-		if (toolkitUp_) {
+		if (window_)
+			evas_object_del(std::exchange(window_, nullptr));
+		if (std::exchange(toolkitUp_, false))
 			elm_shutdown();
-			toolkitUp_ = false;
-		}
 		eina_log_print_cb_set(eina_log_print_cb_stderr, nullptr);
 		for (const std::string& line : takeToolkitFaults())
 			ADD_FAILURE() << "toolkit fault: " << line;
