@@ -18,10 +18,7 @@ namespace {
 class NamedListener : public AppEventListener {
 public:
 	NamedListener(Events& log, std::string name) : _log(&log), _name(std::move(name)) {}
-	void onEvent(Event event) override
-	{
-		_log->push_back(_name + std::to_string(event));
-	}
+	void onEvent(Event event) override { _log->push_back(_name + std::to_string(event)); }
 
 private:
 	Events* _log;

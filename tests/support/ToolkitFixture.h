@@ -123,9 +123,8 @@ private:
 	static void makePrivateDir()
 	{
 		static bool made = false;
-		if (made)
+		if (std::exchange(made, true))
 			return;
-		made = true;
 		// A process that died with this pid before may have left its directory.
 		removeTree(privateDir());
 		if (mkdir(privateDir().c_str(), 0700) != 0) {
