@@ -18,9 +18,7 @@ void recordLaunch(app_control_h h, void *self)
 	char *instance = nullptr, *caller = nullptr;
 	app_control_get_extra_data(h, "instance_id", &instance);
 	app_control_get_caller(h, &caller);
-	static_cast<std::vector<std::string> *>(self)->push_back(std::string(instance ? instance : "(none)") + " from " + caller);
-	free(instance);
-	free(caller);
+	static_cast<std::vector<std::string> *>(self)->push_back(takeText(instance) + " from " + takeText(caller));
 }
 
 // The time-out alarm as the weather handler arms it.

@@ -11,13 +11,6 @@ namespace {
 
 class HostAppControl : public HostFixture {};
 
-std::string take(char *s)
-{
-	std::string out = s ? s : "(null)";
-	free(s);
-	return out;
-}
-
 // A stand-in that remembers who launched it with which "lat_0", and keeps a clone of the
 // request as a service that answers later would.
 struct Receiver {
@@ -30,7 +23,7 @@ struct Receiver {
 		char *caller = nullptr, *lat = nullptr;
 		app_control_get_caller(handle, &caller);
 		app_control_get_extra_data(handle, "lat_0", &lat);
-		r->launches.push_back(take(caller) + " " + take(lat));
+		r->launches.push_back(takeText(caller) + " " + takeText(lat));
 		app_control_h copy = nullptr;
 		if (app_control_clone(&copy, handle) == APP_CONTROL_ERROR_NONE)
 			r->kept.push_back(copy);

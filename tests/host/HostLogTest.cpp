@@ -27,7 +27,7 @@ protected:
 	}
 };
 
-TEST_F(HostLog, FileLinesLookLikeTheDeviceReader)
+TEST_F(HostLog, FileLinesLookLikeTheDeviceReaderAndFollowTheVariable)
 {
 	const std::string file = rootPath("device.log");
 	setEnv("ZON_HOST_LOG", file.c_str());
@@ -37,19 +37,35 @@ TEST_F(HostLog, FileLinesLookLikeTheDeviceReader)
 
 	std::vector<std::string> lines = readLines(file);
 	ASSERT_EQ(3u, lines.size());
-	const std::string pid = std::to_string(getpid());
-	const std::string stamp = R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}[+-]\d{4} )";
-	EXPECT_TRUE(std::regex_match(lines[0], std::regex(stamp + R"(E/zonvista\( *)" + pid +
-			R"(\): ZonDBManager\.cpp: initialize\(12\) > \x1b\[0;31m\* Critical \* failed\x1b\[0;m)")))
-			<< lines[0];
-	EXPECT_TRUE(std::regex_match(lines[1], std::regex(stamp + R"(D/WAPP    \( *)" + pid + R"(\): two)"))) << lines[1];
-	EXPECT_TRUE(std::regex_match(lines[2], std::regex(stamp + R"(D/WAPP    \( *)" + pid + R"(\): lines)"))) << lines[2];
+	const std::string stamp = R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}[+-]\d{4} )", pid = R"(\( *)" + std::to_string(getpid()) + R"(\): )";
+	const std::string expected[] = {
+		stamp + "E/zonvista" + pid + R"(ZonDBManager\.cpp: initialize\(12\) > \x1b\[0;31m\* Critical \* failed\x1b\[0;m)",
+		stamp + "D/WAPP    " + pid + "two", stamp + "D/WAPP    " + pid + "lines"};
+	for (size_t i = 0; i < lines.size(); ++i)
+		EXPECT_TRUE(std::regex_match(lines[i], std::regex(expected[i]))) << lines[i];
 	int priority = 0;
 	const char *tag = nullptr;
 	EXPECT_EQ(2u, zon_host_log_count()) << "silent lines are dropped";
 	EXPECT_STREQ("two\nlines", zon_host_log_line(1, &priority, &tag)) << "captured as logged";
 	EXPECT_EQ(DLOG_DEBUG, priority);
 	EXPECT_STREQ("WAPP", tag);
+
+	// The file stays open between lines, yet follows the variable, and a reset lets go of a file
+	// that was removed meanwhile.
+	const std::string first = rootPath("first.log"), second = rootPath("second.log");
+	setEnv("ZON_HOST_LOG", first.c_str());
+	dlog_print(DLOG_INFO, "zonvista", "one");
+	setEnv("ZON_HOST_LOG", second.c_str());
+	dlog_print(DLOG_INFO, "zonvista", "two");
+	setEnv("ZON_HOST_LOG", first.c_str());
+	dlog_print(DLOG_INFO, "zonvista", "three");
+	EXPECT_EQ((std::vector<std::string>{"one", "three"}), readLines(first, true));
+	EXPECT_EQ(std::vector<std::string>{"two"}, readLines(second, true));
+
+	ASSERT_EQ(0, unlink(first.c_str()));
+	zon_host_reset();
+	dlog_print(DLOG_INFO, "zonvista", "four");
+	EXPECT_EQ(std::vector<std::string>{"four"}, readLines(first, true));
 }
 
 // Standard error gets errors only, and of them not a fresh device's unset settings, which are
@@ -79,26 +95,6 @@ TEST_F(HostLog, StandardErrorGetsErrorsButNotFirstRunSettingReads)
 	ASSERT_EQ(VCONF_ERROR, vconf_get_int("db/zon/never_set", &value));
 	dlog_print(DLOG_ERROR, "zonvista", "%s", unread);
 	EXPECT_EQ((std::vector<std::string>{unread}), readLines(file, true)) << "the log file keeps it";
-}
-
-// The file stays open between lines, yet follows the variable, and a reset lets go of a file
-// that was removed meanwhile.
-TEST_F(HostLog, LinesFollowTheLogFileNamedNow)
-{
-	const std::string first = rootPath("first.log"), second = rootPath("second.log");
-	setEnv("ZON_HOST_LOG", first.c_str());
-	dlog_print(DLOG_INFO, "zonvista", "one");
-	setEnv("ZON_HOST_LOG", second.c_str());
-	dlog_print(DLOG_INFO, "zonvista", "two");
-	setEnv("ZON_HOST_LOG", first.c_str());
-	dlog_print(DLOG_INFO, "zonvista", "three");
-	EXPECT_EQ((std::vector<std::string>{"one", "three"}), readLines(first, true));
-	EXPECT_EQ(std::vector<std::string>{"two"}, readLines(second, true));
-
-	ASSERT_EQ(0, unlink(first.c_str()));
-	zon_host_reset();
-	dlog_print(DLOG_INFO, "zonvista", "four");
-	EXPECT_EQ(std::vector<std::string>{"four"}, readLines(first, true));
 }
 
 } // namespace

@@ -19,31 +19,23 @@ void receive(int port, const char *app, const char *remotePort, bool, bundle *ms
 			(remotePort ? remotePort : "-") + " " + (v ? v : "-"));
 }
 
-bundle *message(const char *result)
-{
-	bundle *b = bundle_create();
-	bundle_add_str(b, "result", result);
-	return b;
-}
-
 TEST_F(HostMessagePort, MessageArrivesAsACopyOnTheMainLoop)
 {
 	std::vector<std::string> inbox;
-	int id = message_port_register_local_port("zonvista_base_weather_port", receive, &inbox);
+	const char port[] = "zonvista_base_weather_port";
+	int id = message_port_register_local_port(port, receive, &inbox);
 	ASSERT_GT(id, 0);
-	bundle *b = message("0");
-	ASSERT_EQ(MESSAGE_PORT_ERROR_NONE,
-			message_port_send_message(ZON_HOST_DEFAULT_APP_ID, "zonvista_base_weather_port", b));
+	bundle *b = bundle_create();
+	bundle_add_str(b, "result", "0");
+	ASSERT_EQ(MESSAGE_PORT_ERROR_NONE, message_port_send_message(ZON_HOST_DEFAULT_APP_ID, port, b));
 	bundle_del(b, "result");
 	EXPECT_TRUE(inbox.empty()) << "delivered inside the send";
 	zon_host_pump(100);
 	EXPECT_EQ(std::vector<std::string>{std::to_string(id) + " " ZON_HOST_DEFAULT_APP_ID ":- 0"}, inbox);
 
 	// Unknown ports fail at send time; trusted ports are a name space of their own.
-	EXPECT_EQ(MESSAGE_PORT_ERROR_PORT_NOT_FOUND,
-			message_port_send_message("korvath.weather-agent", "zonvista_base_weather_port", b));
-	EXPECT_EQ(MESSAGE_PORT_ERROR_PORT_NOT_FOUND,
-			message_port_send_trusted_message(ZON_HOST_DEFAULT_APP_ID, "zonvista_base_weather_port", b));
+	EXPECT_EQ(MESSAGE_PORT_ERROR_PORT_NOT_FOUND, message_port_send_message("korvath.weather-agent", port, b));
+	EXPECT_EQ(MESSAGE_PORT_ERROR_PORT_NOT_FOUND, message_port_send_trusted_message(ZON_HOST_DEFAULT_APP_ID, port, b));
 	bundle_free(b);
 	EXPECT_EQ(0, zon_host_pump(100));
 	EXPECT_EQ(MESSAGE_PORT_ERROR_NONE, message_port_unregister_local_port(id));
@@ -57,19 +49,16 @@ TEST_F(HostMessagePort, BundleForeachSizesCountTheNulAndTheIteratorMayDelete)
 	EXPECT_EQ(BUNDLE_ERROR_NONE, bundle_add_str(b, "result", "0"));
 	EXPECT_EQ(BUNDLE_ERROR_KEY_EXISTS, bundle_add_str(b, "result", "1"));
 	bundle_add_str(b, "empty", "");
-	struct Ctx {
-		bundle *b;
-		std::vector<std::string> seen;
-	} ctx{b, {}};
-	bundle_foreach(b, [](const char *key, const int, const bundle_keyval_t *kv, void *p) {
-		auto *c = static_cast<Ctx *>(p);
-		EXPECT_EQ(BUNDLE_ERROR_NONE, bundle_del(c->b, key));
+	static std::vector<std::string> seen;
+	seen.clear();
+	bundle_foreach(b, [](const char *key, const int, const bundle_keyval_t *kv, void *self) {
+		EXPECT_EQ(BUNDLE_ERROR_NONE, bundle_del(static_cast<bundle *>(self), key));
 		void *val = nullptr;
 		size_t size = 0;
 		ASSERT_EQ(BUNDLE_ERROR_NONE, bundle_keyval_get_basic_val(const_cast<bundle_keyval_t *>(kv), &val, &size));
-		c->seen.push_back(std::string(key) + "=" + std::string(static_cast<char *>(val), size));
-	}, &ctx);
-	EXPECT_EQ((std::vector<std::string>{std::string("result=0\0", 9), std::string("empty=\0", 7)}), ctx.seen);
+		seen.push_back(std::string(key) + "=" + std::string(static_cast<char *>(val), size));
+	}, b);
+	EXPECT_EQ((std::vector<std::string>{std::string("result=0\0", 9), std::string("empty=\0", 7)}), seen);
 	EXPECT_EQ(0, bundle_get_count(b));
 	bundle_free(b);
 }

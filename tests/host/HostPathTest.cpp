@@ -13,17 +13,9 @@
 
 namespace {
 
-class HostPath : public HostFixture {
-protected:
-	static std::string take(char *path)
-	{
-		std::string result = path ? path : "<null>";
-		free(path);
-		return result;
-	}
-};
+class HostPath : public HostFixture {};
 
-TEST_F(HostPath, ApplicationDirectoriesExistEndInSlashAndStayInside)
+TEST_F(HostPath, ApplicationAndDevicePathsExistEndInSlashAndStayInside)
 {
 	const std::string app = root() + "/apps/korvath.zonvista/";
 	const struct {
@@ -35,13 +27,13 @@ TEST_F(HostPath, ApplicationDirectoriesExistEndInSlashAndStayInside)
 		{app_get_shared_data_path, "shared/data/"}, {app_get_cache_path, "cache/"},
 	};
 	for (const auto &dir : dirs) {
-		std::string path = take(dir.get());
+		std::string path = takeText(dir.get());
 		EXPECT_EQ(app + dir.sub, path);
 		EXPECT_TRUE(g_file_test(path.c_str(), G_FILE_TEST_IS_DIR)) << path;
 	}
 
 	zon_host_set_app_id("korvath.zonvista-service");
-	EXPECT_EQ(root() + "/apps/korvath.zonvista-service/data/", take(app_get_data_path()));
+	EXPECT_EQ(root() + "/apps/korvath.zonvista-service/data/", takeText(app_get_data_path()));
 	for (const char *bad : {"", "..", "../x", "a/b"}) {
 		zon_host_set_app_id(bad);
 		EXPECT_STREQ("korvath.zonvista-service", zon_host_app_id()) << bad;
@@ -49,8 +41,18 @@ TEST_F(HostPath, ApplicationDirectoriesExistEndInSlashAndStayInside)
 
 	std::ofstream(rootPath("apps/korvath.blocked")) << "not a directory";
 	zon_host_set_app_id("korvath.blocked");
-	EXPECT_EQ("<null>", take(app_get_shared_trusted_path()));
+	EXPECT_EQ("<null>", takeText(app_get_shared_trusted_path()));
 	EXPECT_EQ(APP_ERROR_IO_ERROR, get_last_result());
+
+	// Device paths map below the root.
+	const std::string fs = root() + "/fs";
+	EXPECT_EQ(fs + "/tmp/.zonvista_ldu", takeText(zon_platform_path("/tmp/.zonvista_ldu")));
+	EXPECT_TRUE(g_file_test((fs + "/tmp").c_str(), G_FILE_TEST_IS_DIR)) << "parent is created";
+	EXPECT_FALSE(g_file_test((fs + "/tmp/.zonvista_ldu").c_str(), G_FILE_TEST_EXISTS)) << "the file is not";
+	EXPECT_EQ(fs + "/opt/etc/localtime", takeText(zon_platform_path("//opt/./etc//localtime")));
+	EXPECT_EQ(fs + "/etc/passwd", takeText(zon_platform_path("/../../etc/passwd"))) << "cannot leave the device";
+	EXPECT_EQ("<null>", takeText(zon_platform_path("tmp/.zonvista_ldu")));
+	EXPECT_EQ("<null>", takeText(zon_platform_path(nullptr)));
 }
 
 TEST_F(HostPath, DeviceRootComesFromTheEnvironment)
@@ -65,18 +67,6 @@ TEST_F(HostPath, DeviceRootComesFromTheEnvironment)
 	setEnv("HOME", rootPath("home").c_str());
 	zon_host_reset();
 	EXPECT_STREQ(rootPath("home/.local/share/zon-host").c_str(), zon_host_root());
-}
-
-TEST_F(HostPath, DevicePathsMapBelowTheRoot)
-{
-	const std::string fs = root() + "/fs";
-	EXPECT_EQ(fs + "/tmp/.zonvista_ldu", take(zon_platform_path("/tmp/.zonvista_ldu")));
-	EXPECT_TRUE(g_file_test((fs + "/tmp").c_str(), G_FILE_TEST_IS_DIR)) << "parent is created";
-	EXPECT_FALSE(g_file_test((fs + "/tmp/.zonvista_ldu").c_str(), G_FILE_TEST_EXISTS)) << "the file is not";
-	EXPECT_EQ(fs + "/opt/etc/localtime", take(zon_platform_path("//opt/./etc//localtime")));
-	EXPECT_EQ(fs + "/etc/passwd", take(zon_platform_path("/../../etc/passwd"))) << "cannot leave the device";
-	EXPECT_EQ("<null>", take(zon_platform_path("tmp/.zonvista_ldu")));
-	EXPECT_EQ("<null>", take(zon_platform_path(nullptr)));
 }
 
 } // namespace

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -10,7 +12,29 @@
 
 namespace {
 
-class HostPreference : public HostFixture {};
+class HostPreference : public HostFixture {
+protected:
+	static int intOf(const char *key)
+	{
+		int value = -1;
+		EXPECT_EQ(PREFERENCE_ERROR_NONE, preference_get_int(key, &value)) << key;
+		return value;
+	}
+	static std::string textOf(const char *key)
+	{
+		char *value = nullptr;
+		return preference_get_string(key, &value) == PREFERENCE_ERROR_NONE ? takeText(value) : "(none)";
+	}
+	// What this process, then a new one, reads back.
+	void expectNowAndAfterReset(int a, const char *b, int c)
+	{
+		for (int pass = 0; pass < 2; ++pass, zon_host_reset()) {
+			EXPECT_EQ(a, intOf("a"));
+			EXPECT_EQ(b, textOf("b"));
+			EXPECT_EQ(c, intOf("c"));
+		}
+	}
+};
 
 struct Calls {
 	std::vector<std::string> keys;
@@ -25,10 +49,7 @@ TEST_F(HostPreference, ValuesSurviveANewProcessAndMismatchesLeaveTheOutputAlone)
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_string(oddKey.c_str(), oddText.c_str()));
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("ZonDBChanged", -7));
 	EXPECT_EQ(0, zon_host_reset());
-	char *s = nullptr;
-	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_get_string(oddKey.c_str(), &s));
-	EXPECT_EQ(oddText, s);
-	free(s);
+	EXPECT_EQ(oddText, textOf(oddKey.c_str()));
 
 	int i = 42;
 	EXPECT_EQ(PREFERENCE_ERROR_INVALID_PARAMETER, preference_get_int(oddKey.c_str(), &i));
@@ -37,8 +58,7 @@ TEST_F(HostPreference, ValuesSurviveANewProcessAndMismatchesLeaveTheOutputAlone)
 	// Another process of the application may write meanwhile; a corrupt store is not overwritten.
 	const std::string store = rootPath("apps/korvath.zonvista/data/.preference");
 	std::ofstream(store) << "[int]\nZonDBChanged=1\n";
-	EXPECT_EQ(PREFERENCE_ERROR_NONE, preference_get_int("ZonDBChanged", &i));
-	EXPECT_EQ(1, i);
+	EXPECT_EQ(1, intOf("ZonDBChanged"));
 	std::ofstream(store) << "[int\nZonDBChanged=1\n";
 	EXPECT_EQ(PREFERENCE_ERROR_IO_ERROR, preference_set_int("ZonDBChanged", 5));
 	std::string first;
@@ -79,6 +99,38 @@ TEST_F(HostPreference, ChangeCallbackFiresOnceOnMainLoopPerChangeUntilUnset)
 	preference_set_int("ZonDBChanged", 4);
 	zon_host_pump(100);
 	EXPECT_EQ(5u, calls.keys.size());
+}
+
+TEST_F(HostPreference, AnotherProcessSeesChangesAndNoneIsLost)
+{
+	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("a", 1));
+	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_string("s", " padded text "));
+	inChild([] {
+		zon_host_reset();
+		return preference_set_int("a", 2) == PREFERENCE_ERROR_NONE &&
+				preference_set_string("b", "from the widget") == PREFERENCE_ERROR_NONE &&
+				preference_remove("s") == PREFERENCE_ERROR_NONE;
+	});
+	// Seen by the next read, and kept under this process's own next change.
+	EXPECT_EQ("(none)", textOf("s"));
+	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("c", 3));
+	expectNowAndAfterReset(2, "from the widget", 3);
+
+	// What a crash in the middle of an append leaves: a line without its end, or with a wrong sum.
+	const std::string journal = rootPath("apps/korvath.zonvista/data/.preference.journal");
+	std::ofstream(journal, std::ios::app) << "00000000 set int a 7\n0badf00d set int a";
+	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("c", 4));
+	expectNowAndAfterReset(2, "from the widget", 4);
+
+	// A busy key: the journal is folded into the file now and then, never growing without end.
+	for (int i = 0; i < 600; ++i)
+		ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("ZonDBChanged", i));
+	struct stat st;
+	ASSERT_EQ(0, stat(journal.c_str(), &st));
+	EXPECT_LT(st.st_size, 16 * 1024);
+	zon_host_reset();
+	EXPECT_EQ(599, intOf("ZonDBChanged"));
+	expectNowAndAfterReset(2, "from the widget", 4);
 }
 
 } // namespace

@@ -16,13 +16,6 @@
 
 namespace {
 
-std::vector<std::string> g_seen;
-
-void recordZone(keynode_t *node, void *)
-{
-	g_seen.push_back(vconf_keynode_get_str(node));
-}
-
 class HostZone : public HostFixture {
 protected:
 	std::string link() const
@@ -35,10 +28,7 @@ protected:
 	// What the time utilities leave behind: TZ set to a city, then unset, then tzset().
 	static long localOffsetAfterCityConversion(time_t t)
 	{
-		setenv("TZ", "America/New_York", 1);
-		tzset();
-		unsetenv("TZ");
-		tzset();
+		zoneClock("America/New_York", t);
 		struct tm local;
 		localtime_r(&t, &local);
 		return local.tm_gmtoff;
@@ -46,17 +36,18 @@ protected:
 
 	static std::string icuDefaultZone()
 	{
-		std::unique_ptr<icu::TimeZone> tz(icu::TimeZone::createDefault());
-		std::string id;
 		icu::UnicodeString u;
-		tz->getID(u).toUTF8String(id);
+		std::string id;
+		std::unique_ptr<icu::TimeZone>(icu::TimeZone::createDefault())->getID(u).toUTF8String(id);
 		return id;
 	}
 };
 
 TEST_F(HostZone, OneCallMovesLinkSettingCLibraryAndIcuTogetherOrRefusesAndChangesNothing)
 {
-	g_seen.clear();
+	static std::vector<std::string> seen;
+	seen.clear();
+	vconf_callback_fn recordZone = [](keynode_t *node, void *) { seen.push_back(vconf_keynode_get_str(node)); };
 	ASSERT_EQ(VCONF_OK, vconf_notify_key_changed(VCONFKEY_SETAPPL_TIMEZONE_ID, recordZone, nullptr));
 	const time_t now = time(nullptr);
 
@@ -66,9 +57,7 @@ TEST_F(HostZone, OneCallMovesLinkSettingCLibraryAndIcuTogetherOrRefusesAndChange
 		ASSERT_EQ(0, zon_host_set_device_zone(zone));
 		EXPECT_EQ(std::string("/usr/share/zoneinfo/") + zone, link());
 		EXPECT_STREQ(zone, zon_host_device_zone());
-		char *setting = vconf_get_str(VCONFKEY_SETAPPL_TIMEZONE_ID);
-		EXPECT_STREQ(zone, setting);
-		free(setting);
+		EXPECT_EQ(zone, takeText(vconf_get_str(VCONFKEY_SETAPPL_TIMEZONE_ID)));
 
 		const long expected = zoneClock(zone, now).tm_gmtoff;
 		EXPECT_EQ(expected, localOffsetAfterCityConversion(now));
@@ -90,7 +79,7 @@ TEST_F(HostZone, OneCallMovesLinkSettingCLibraryAndIcuTogetherOrRefusesAndChange
 	EXPECT_EQ("/usr/share/zoneinfo/America/St_Johns", link());
 	EXPECT_EQ(zoneClock("America/St_Johns", now).tm_gmtoff, localOffsetAfterCityConversion(now));
 	zon_host_pump(100);
-	EXPECT_EQ((std::vector<std::string>{"Asia/Kolkata", "America/St_Johns"}), g_seen);
+	EXPECT_EQ((std::vector<std::string>{"Asia/Kolkata", "America/St_Johns"}), seen);
 	vconf_ignore_key_changed(VCONFKEY_SETAPPL_TIMEZONE_ID, recordZone);
 }
 

@@ -28,10 +28,8 @@ protected:
 	void SetUp() override
 	{
 		HostFixture::SetUp();
-		char* dir = app_get_shared_resource_path();
-		ASSERT_NE(nullptr, dir);
-		sharedRes = dir;
-		free(dir);
+		sharedRes = takeText(app_get_shared_resource_path());
+		ASSERT_NE("<null>", sharedRes);
 		mkdir((sharedRes + "tables").c_str(), 0755);
 		baseline = zon_host_theme_table_count();
 	}
@@ -52,7 +50,6 @@ protected:
 		return relative;
 	}
 
-	static bool hasColor(const char* id) { return zon_host_theme_color(id, nullptr, nullptr, nullptr, nullptr); }
 
 	std::string sharedRes;
 	// Tables left loaded by earlier tests of this process.
@@ -67,14 +64,14 @@ TEST_F(DeviceThemeTest, InitialisationIsSharedByColoursAndFontsAndAMalformedFile
 	zonUtilAttachChangeableColors(colors.c_str());
 	EXPECT_TRUE(zon_host_theme_changeable_ui_enabled());
 	EXPECT_EQ(UXT_THEME_STYLE_DEFAULT, zon_host_theme_style());
-	EXPECT_TRUE(hasColor("B011"));
+	EXPECT_TRUE(zon_host_theme_color("B011", nullptr, nullptr, nullptr, nullptr));
 	zonUtilAttachChangeableColors(colors.c_str()); // the earlier table is deleted, not leaked
 	zonUtilAttachChangeableFonts(fonts.c_str());
 	EXPECT_EQ(baseline + 2, zon_host_theme_table_count());
 
 	// With fonts still attached the changeable UI stays initialised: no style is re-selected.
 	zonUtilDetachChangeableColors();
-	EXPECT_FALSE(hasColor("B011"));
+	EXPECT_FALSE(zon_host_theme_color("B011", nullptr, nullptr, nullptr, nullptr));
 	EXPECT_TRUE(zon_host_theme_font("T011", nullptr, nullptr));
 	uxt_theme_set_style(3);
 	zonUtilAttachChangeableColors(colors.c_str());

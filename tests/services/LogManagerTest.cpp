@@ -51,14 +51,10 @@ TEST_F(LogManagerTest, RecordsCarryTheirSurveyAndOnlyTheGivenKeys)
 	manager->insertLog("korvath.zonvista", "ZV01", nullptr, nullptr, false);
 	manager->insertLog("korvath.zonvista", "ZV50", "list", "3", true);
 	manager->insertLog("korvath.zonvista", "ZV03", "", nullptr, true);
-	const std::string from = "\t" ZON_HOST_DEFAULT_APP_ID "\t";
-	EXPECT_EQ((std::vector<std::string>{
-				  "1" + from + KORVATH_LOG_MANAGER_URI_USE_APP_FEATURE_SURVEY + "\tapp_id=korvath.zonvista\tfeature=ZV01",
-				  "2" + from + KORVATH_LOG_MANAGER_URI_REPORT_APP_STATUS_SURVEY +
-					  "\tapp_id=korvath.zonvista\tfeature=ZV50\textra=list\tvalue=3",
-				  "3" + from + KORVATH_LOG_MANAGER_URI_REPORT_APP_STATUS_SURVEY +
-					  "\tapp_id=korvath.zonvista\tfeature=ZV03\textra=",
-			  }),
+	const std::string from = "\t" ZON_HOST_DEFAULT_APP_ID "\t", feature = "\tapp_id=korvath.zonvista\tfeature=";
+	EXPECT_EQ((std::vector<std::string>{"1" + from + KORVATH_LOG_MANAGER_URI_USE_APP_FEATURE_SURVEY + feature + "ZV01",
+				  "2" + from + KORVATH_LOG_MANAGER_URI_REPORT_APP_STATUS_SURVEY + feature + "ZV50\textra=list\tvalue=3",
+				  "3" + from + KORVATH_LOG_MANAGER_URI_REPORT_APP_STATUS_SURVEY + feature + "ZV03\textra="}),
 		readRecords());
 }
 

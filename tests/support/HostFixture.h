@@ -16,6 +16,8 @@
 #include <ftw.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <string>
 #include <utility>
@@ -24,6 +26,14 @@
 #include <gtest/gtest.h>
 
 #include <zon-host/zon_host.h>
+
+// Frees a string the platform handed over; "<null>" for none.
+inline std::string takeText(char *text)
+{
+	std::string result = text ? text : "<null>";
+	free(text);
+	return result;
+}
 
 class HostFixture : public ::testing::Test {
 protected:
@@ -40,9 +50,7 @@ protected:
 	void TearDown() override
 	{
 		int leaked = zon_host_reset();
-		if (checkLeaks_) {
-			EXPECT_EQ(0, leaked) << "change-callback registrations were left behind";
-		}
+		EXPECT_TRUE(!checkLeaks_ || leaked == 0) << leaked << " change-callback registrations were left behind";
 		for (auto it = savedEnv_.rbegin(); it != savedEnv_.rend(); ++it) {
 			if (it->second.first)
 				setenv(it->first.c_str(), it->second.second.c_str(), 1);
@@ -72,6 +80,16 @@ protected:
 	// The device root of this test, and a path below it.
 	const std::string &root() const { return root_; }
 	std::string rootPath(const std::string &relative) const { return root_ + "/" + relative; }
+
+	// Runs `child` in a forked process of the same device; it is to return true.
+	template <class Child> static void inChild(Child child)
+	{
+		pid_t pid = fork();
+		if (pid == 0)
+			_exit(child() ? 0 : 1);
+		int status = -1;
+		EXPECT_TRUE(pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0);
+	}
 
 	static void removeTree(const std::string &path)
 	{

@@ -74,14 +74,10 @@ protected:
 
 	void TearDown() override
 	{
-		if (window_) {
-			evas_object_del(window_);
-			window_ = nullptr;
-		}
-		if (toolkitUp_) {
+		if (window_)
+			evas_object_del(std::exchange(window_, nullptr));
+		if (std::exchange(toolkitUp_, false))
 			elm_shutdown();
-			toolkitUp_ = false;
-		}
 		eina_log_print_cb_set(eina_log_print_cb_stderr, nullptr);
 		for (const std::string& line : takeToolkitFaults())
 			ADD_FAILURE() << "toolkit fault: " << line;
@@ -99,22 +95,18 @@ protected:
 	}
 
 public:
-	// Sets the environment; HOME itself is made by the first toolkit test of the process, so that
-	// processes which run none (test listing, death-test children) leave nothing behind.
+	// Sets the environment, once, before main(); HOME itself is made by the first toolkit test of
+	// the process, so that processes which run none (test listing, death-test children) leave
+	// nothing behind.
 	static void prepareEnvironment()
 	{
-		static bool prepared = false;
-		if (prepared)
-			return;
-		prepared = true;
 		setenv("HOME", privateDir().c_str(), 1);
-		std::string shared = "/tmp/zon-toolkit-" + std::to_string(getuid());
-		std::string runtime = shared + "/runtime";
-		std::string cache = shared + "/cache";
-		for (const std::string& dir : {shared, runtime, cache})
-			mkdir(dir.c_str(), 0700);
-		setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
-		setenv("XDG_CACHE_HOME", cache.c_str(), 1);
+		const std::string shared = "/tmp/zon-toolkit-" + std::to_string(getuid());
+		mkdir(shared.c_str(), 0700);
+		for (auto [variable, dir] : {std::pair{"XDG_RUNTIME_DIR", "/runtime"}, {"XDG_CACHE_HOME", "/cache"}}) {
+			mkdir((shared + dir).c_str(), 0700);
+			setenv(variable, (shared + dir).c_str(), 1);
+		}
 		setenv("ELM_DISPLAY", "buffer", 1);
 		setenv("ELM_ENGINE", "buffer", 1);
 		setenv("ECORE_NO_SYSTEM_MODULES", "1", 0);
@@ -131,9 +123,8 @@ private:
 	static void makePrivateDir()
 	{
 		static bool made = false;
-		if (made)
+		if (std::exchange(made, true))
 			return;
-		made = true;
 		// A process that died with this pid before may have left its directory.
 		removeTree(privateDir());
 		if (mkdir(privateDir().c_str(), 0700) != 0) {
@@ -148,24 +139,18 @@ private:
 	// /dev/null instead. Faults logged meanwhile are still recorded.
 	static int initToolkit()
 	{
-		const int fds[] = {STDOUT_FILENO, STDERR_FILENO};
-		int saved[2], devNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
-		for (int i : {0, 1}) {
-			fflush(i ? stderr : stdout);
-			saved[i] = dup(fds[i]);
-			if (saved[i] < 0 || devNull < 0) {
-				perror("toolkit fixture: redirecting output");
-				abort();
-			}
-			dup2(devNull, fds[i]);
+		fflush(nullptr);
+		int savedOut = dup(STDOUT_FILENO), savedErr = dup(STDERR_FILENO), devNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
+		if (savedOut < 0 || savedErr < 0 || devNull < 0 || dup2(devNull, STDOUT_FILENO) < 0 || dup2(devNull, STDERR_FILENO) < 0) {
+			perror("toolkit fixture: redirecting output");
+			abort();
 		}
 		int result = elm_init(0, nullptr);
-		for (int i : {0, 1}) {
-			fflush(i ? stderr : stdout);
-			dup2(saved[i], fds[i]);
-			close(saved[i]);
-		}
-		close(devNull);
+		fflush(nullptr);
+		dup2(savedOut, STDOUT_FILENO);
+		dup2(savedErr, STDERR_FILENO);
+		for (int fd : {savedOut, savedErr, devNull})
+			close(fd);
 		return result;
 	}
 
