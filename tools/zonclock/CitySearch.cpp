@@ -84,7 +84,25 @@ bool anyWordStartsWith(const std::string& name, const std::string& prefix)
 
 // ICU's exemplar city of a zone is a translation of the catalogue city only when its English
 // form is the city itself: EST5EDT stands for Boston, and Asia/Srednekolymsk for Severo-Kurilsk.
-void addZoneNames(IndexedCity& entry, const std::string& englishName)
+// ICU's zone names of one language, made once for the whole index (each is a resource load).
+struct ZoneNames {
+	icu::Locale locale;
+	std::unique_ptr<icu::TimeZoneNames> names; // null when ICU has none
+};
+
+std::vector<ZoneNames> zoneNamesOfLanguages()
+{
+	std::vector<ZoneNames> all;
+	for (const char* language : kNameLanguages) {
+		icu::Locale locale(language);
+		UErrorCode status = U_ZERO_ERROR;
+		std::unique_ptr<icu::TimeZoneNames> names(icu::TimeZoneNames::createInstance(locale, status));
+		all.push_back({locale, U_SUCCESS(status) ? std::move(names) : nullptr});
+	}
+	return all;
+}
+
+void addZoneNames(IndexedCity& entry, const std::string& englishName, const std::vector<ZoneNames>& languages)
 {
 	icu::UnicodeString zone = icu::UnicodeString::fromUTF8(entry.city->timezone_path);
 	UErrorCode status = U_ZERO_ERROR;
@@ -92,15 +110,13 @@ void addZoneNames(IndexedCity& entry, const std::string& englishName)
 	icu::TimeZone::getRegion(zone, region, sizeof region, status);
 	bool hasRegion = U_SUCCESS(status) && strcmp(region, "001") != 0 && region[0];
 	bool sameCity = false;
-	for (const char* language : kNameLanguages) {
-		icu::Locale locale(language);
-		status = U_ZERO_ERROR;
-		std::unique_ptr<icu::TimeZoneNames> names(icu::TimeZoneNames::createInstance(locale, status));
-		if (U_SUCCESS(status)) {
+	for (const ZoneNames& language : languages) {
+		const icu::Locale& locale = language.locale;
+		if (language.names) {
 			icu::UnicodeString exemplar;
-			names->getExemplarLocationName(zone, exemplar);
+			language.names->getExemplarLocationName(zone, exemplar);
 			std::string folded = foldText(toUtf8(exemplar));
-			if (strcmp(language, "en") == 0)
+			if (strcmp(locale.getLanguage(), "en") == 0)
 				sameCity = folded == englishName;
 			if (sameCity)
 				addUnique(entry.names, folded);
@@ -117,6 +133,7 @@ const std::vector<IndexedCity>& index()
 {
 	static const std::vector<IndexedCity> cities = [] {
 		std::vector<IndexedCity> all;
+		const std::vector<ZoneNames> languages = zoneNamesOfLanguages();
 		for (int id = 1; id <= catalogueSize(); ++id) {
 			const Cityinfo* city = catalogueCity(id);
 			IndexedCity entry{city, {}, {}};
@@ -130,7 +147,7 @@ const std::vector<IndexedCity>& index()
 			const char* country = dgettext("zonvista", city->country_string);
 			if (strcmp(country, city->country_string) != 0)
 				addUnique(entry.countries, foldText(country));
-			addZoneNames(entry, english);
+			addZoneNames(entry, english, languages);
 			all.push_back(std::move(entry));
 		}
 		return all;
