@@ -105,11 +105,13 @@ struct Fault {
 	int remaining;
 	int error;
 };
-std::map<std::string, Fault> g_faults;
+// Every platform call looks its name up here: transparent comparison finds a C string without
+// building a std::string (most names are too long for the short-string buffer).
+std::map<std::string, Fault, std::less<>> g_faults;
 
-std::set<std::string> &faultPoints()
+std::set<std::string, std::less<>> &faultPoints()
 {
-	static std::set<std::string> names;
+	static std::set<std::string, std::less<>> names;
 	return names;
 }
 
@@ -140,7 +142,7 @@ bool faultCheck(const char *function, int *error)
 {
 	if (!function)
 		return false;
-	if (!faultPoints().count(function)) {
+	if (faultPoints().find(function) == faultPoints().end()) {
 		// Declared now, so the complaint comes once: the point works, only inject() missed it.
 		faultPoints().insert(function);
 		platformLog(DLOG_ERROR, "ZON_HOST", "fault point %s is not declared with ZON_HOST_FAULT_POINTS", function);
@@ -312,7 +314,7 @@ ZON_HOST_API int zon_host_unset_feature(const char *key)
 
 ZON_HOST_API int zon_host_fault_inject(const char *function, int nth, int error)
 {
-	if (!function || nth < 0 || !faultPoints().count(function))
+	if (!function || nth < 0 || faultPoints().find(function) == faultPoints().end())
 		return -1;
 	if (nth == 0)
 		g_faults.erase(function);
