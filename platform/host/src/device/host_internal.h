@@ -141,7 +141,7 @@ public:
 	void set(const char *key, const Value &value);
 	bool remove(const char *key);
 	std::vector<std::string> keys() const;
-	const std::string &path() const { return path_; }
+	const std::string &path() const { return _path; }
 
 private:
 	// What tells one version of the file from the next: writers replace it by rename (a new
@@ -170,14 +170,14 @@ private:
 	bool applyChange(const std::string &change);
 	void removeStored(const std::string &stored);
 
-	std::string path_;
-	std::string header_;
-	GKeyFile *file_;
-	Stamp stamp_;
+	std::string _path;
+	std::string _header;
+	GKeyFile *_file;
+	Stamp _stamp;
 	// False until a load or save has seen a stamp that a later change cannot repeat.
-	bool current_ = false;
-	std::unique_ptr<Journal> journal_;
-	std::unique_ptr<Watch> watch_;
+	bool _current = false;
+	std::unique_ptr<Journal> _journal;
+	std::unique_ptr<Watch> _watch;
 };
 
 // One store per module, kept while the path it was opened for stays the same (the device root
@@ -187,10 +187,10 @@ public:
 	// The store for `path`, loaded; nullptr when the file can't be read or parsed.
 	KeyStore *load(const std::string &path, const std::string &headerComment, bool journaled = false,
 			bool watched = false);
-	void drop() { store_.reset(); }
+	void drop() { _store.reset(); }
 
 private:
-	std::unique_ptr<KeyStore> store_;
+	std::unique_ptr<KeyStore> _store;
 };
 
 // ---- main-loop deliveries (delivery.cpp) ----

@@ -215,21 +215,21 @@ std::string checksum(const std::string &payload)
 
 class FileLock {
 public:
-	FileLock(int fd, int operation) : fd_(fd)
+	FileLock(int fd, int operation) : _fd(fd)
 	{
-		while (fd_ >= 0 && flock(fd_, operation) != 0 && errno == EINTR) {
+		while (_fd >= 0 && flock(_fd, operation) != 0 && errno == EINTR) {
 		}
 	}
 	~FileLock()
 	{
-		if (fd_ >= 0)
-			flock(fd_, LOCK_UN);
+		if (_fd >= 0)
+			flock(_fd, LOCK_UN);
 	}
 	FileLock(const FileLock &) = delete;
 	FileLock &operator=(const FileLock &) = delete;
 
 private:
-	int fd_;
+	int _fd;
 };
 
 std::string newGeneration()
@@ -365,26 +365,26 @@ bool Value::operator==(const Value &o) const
 }
 
 KeyStore::KeyStore(std::string path, std::string headerComment, bool journaled, bool watched)
-	: path_(std::move(path)), header_(std::move(headerComment)), file_(g_key_file_new())
+	: _path(std::move(path)), _header(std::move(headerComment)), _file(g_key_file_new())
 {
 	if (watched) {
-		watch_.reset(new Watch);
-		gchar *dir = g_path_get_dirname(path_.c_str());
-		gchar *name = g_path_get_basename(path_.c_str());
-		watch_->dir = dir;
-		watch_->name = name;
+		_watch.reset(new Watch);
+		gchar *dir = g_path_get_dirname(_path.c_str());
+		gchar *name = g_path_get_basename(_path.c_str());
+		_watch->dir = dir;
+		_watch->name = name;
 		g_free(dir);
 		g_free(name);
 	}
 	if (journaled) {
-		journal_.reset(new Journal);
-		journal_->path = path_ + ".journal";
+		_journal.reset(new Journal);
+		_journal->path = _path + ".journal";
 	}
 }
 
 KeyStore::~KeyStore()
 {
-	g_key_file_free(file_);
+	g_key_file_free(_file);
 }
 
 bool KeyStore::Stamp::operator==(const Stamp &o) const
@@ -424,27 +424,27 @@ bool KeyStore::Stamp::settled() const
 
 void KeyStore::forget()
 {
-	g_key_file_free(file_);
-	file_ = g_key_file_new();
-	current_ = false;
-	if (journal_) {
-		journal_->matched = false;
-		journal_->offset = 0;
-		journal_->generation.clear();
-		journal_->keyFileText.clear();
+	g_key_file_free(_file);
+	_file = g_key_file_new();
+	_current = false;
+	if (_journal) {
+		_journal->matched = false;
+		_journal->offset = 0;
+		_journal->generation.clear();
+		_journal->keyFileText.clear();
 	}
-	if (watch_)
-		watch_->covers = false;
+	if (_watch)
+		_watch->covers = false;
 }
 
 bool KeyStore::load()
 {
-	if (!journal_) {
+	if (!_journal) {
 		bool reloaded;
 		return loadFile(&reloaded);
 	}
 	openJournal(false);
-	FileLock lock(journal_->fd, LOCK_SH);
+	FileLock lock(_journal->fd, LOCK_SH);
 	bool reloaded = false;
 	if (!loadFile(&reloaded))
 		return false;
@@ -455,36 +455,36 @@ bool KeyStore::load()
 bool KeyStore::loadFile(bool *reloaded)
 {
 	*reloaded = false;
-	if (watch_) {
-		if (watch_->quiet() && watch_->covers)
+	if (_watch) {
+		if (_watch->quiet() && _watch->covers)
 			return true;
 		// Watching from before the look at the file, so no change after it goes unseen.
-		if (watch_->fd < 0)
-			watch_->start();
-		watch_->covers = false;
+		if (_watch->fd < 0)
+			_watch->start();
+		_watch->covers = false;
 	}
-	const bool watching = watch_ && watch_->fd >= 0;
+	const bool watching = _watch && _watch->fd >= 0;
 	auto seen = [&]() {
-		if (watch_)
-			watch_->covers = watching;
+		if (_watch)
+			_watch->covers = watching;
 		return true;
 	};
 	struct stat st;
-	if (current_) {
-		bool absent = stat(path_.c_str(), &st) != 0;
-		if (absent ? errno == ENOENT && !stamp_.exists : stamp_ == Stamp::of(st))
+	if (_current) {
+		bool absent = stat(_path.c_str(), &st) != 0;
+		if (absent ? errno == ENOENT && !_stamp.exists : _stamp == Stamp::of(st))
 			return seen();
 	}
 	*reloaded = true;
-	int fd = open(path_.c_str(), O_RDONLY | O_CLOEXEC);
+	int fd = open(_path.c_str(), O_RDONLY | O_CLOEXEC);
 	if (fd < 0 && errno == ENOENT) {
-		if (current_ && !stamp_.exists) {
+		if (_current && !_stamp.exists) {
 			*reloaded = false;
 			return seen();
 		}
 		forget();
-		stamp_ = Stamp();
-		current_ = true;
+		_stamp = Stamp();
+		_current = true;
 		return seen();
 	}
 	const char *problem = nullptr;
@@ -496,7 +496,7 @@ bool KeyStore::loadFile(bool *reloaded)
 		if (fd >= 0)
 			close(fd);
 		forget();
-		platformLog(DLOG_ERROR, "ZON_HOST", "cannot read %s: %s", path_.c_str(), problem);
+		platformLog(DLOG_ERROR, "ZON_HOST", "cannot read %s: %s", _path.c_str(), problem);
 		return false;
 	}
 	Stamp now = Stamp::of(st);
@@ -517,9 +517,9 @@ bool KeyStore::loadFile(bool *reloaded)
 	close(fd);
 	// Our own fold, read again until its stamp settles: the same text is the same store, and the
 	// journal applied on top of it still holds.
-	if (journal_ && !readErrno && stamp_.exists && data == journal_->keyFileText) {
-		stamp_ = now;
-		current_ = now.settled();
+	if (_journal && !readErrno && _stamp.exists && data == _journal->keyFileText) {
+		_stamp = now;
+		_current = now.settled();
 		*reloaded = false;
 		return seen();
 	}
@@ -528,42 +528,42 @@ bool KeyStore::loadFile(bool *reloaded)
 	size_t skip = 0;
 	const size_t tagLength = strlen(kGenerationTag);
 	size_t eol = data.find('\n');
-	if (journal_ && data.compare(0, tagLength, kGenerationTag) == 0 && eol != std::string::npos) {
-		journal_->generation = data.substr(tagLength, eol - tagLength);
+	if (_journal && data.compare(0, tagLength, kGenerationTag) == 0 && eol != std::string::npos) {
+		_journal->generation = data.substr(tagLength, eol - tagLength);
 		skip = eol + 1;
 	}
 	GError *error = nullptr;
 	if (readErrno)
 		g_set_error_literal(&error, G_FILE_ERROR, g_file_error_from_errno(readErrno), g_strerror(readErrno));
 	else
-		g_key_file_load_from_data(file_, data.data() + skip, data.size() - skip, G_KEY_FILE_KEEP_COMMENTS, &error);
+		g_key_file_load_from_data(_file, data.data() + skip, data.size() - skip, G_KEY_FILE_KEEP_COMMENTS, &error);
 	if (error) {
-		platformLog(DLOG_ERROR, "ZON_HOST", "cannot read %s: %s", path_.c_str(), error->message);
+		platformLog(DLOG_ERROR, "ZON_HOST", "cannot read %s: %s", _path.c_str(), error->message);
 		g_error_free(error);
 		forget();
 		return false;
 	}
-	if (journal_)
-		journal_->keyFileText = std::move(data);
-	stamp_ = now;
-	current_ = now.settled();
+	if (_journal)
+		_journal->keyFileText = std::move(data);
+	_stamp = now;
+	_current = now.settled();
 	return seen();
 }
 
 bool KeyStore::save()
 {
-	if (!journal_)
+	if (!_journal)
 		return saveFile();
 	std::vector<std::string> changes;
-	changes.swap(journal_->pending);
-	gchar *dir = g_path_get_dirname(path_.c_str());
+	changes.swap(_journal->pending);
+	gchar *dir = g_path_get_dirname(_path.c_str());
 	bool dirOk = ensureDir(dir);
 	g_free(dir);
 	if (!dirOk || !openJournal(true)) {
 		forget();
 		return false;
 	}
-	FileLock lock(journal_->fd, LOCK_EX);
+	FileLock lock(_journal->fd, LOCK_EX);
 	// Other writers' changes first: ours go on top, in the order the journal will hold them.
 	bool reloaded;
 	if (!loadFile(&reloaded))
@@ -577,10 +577,10 @@ bool KeyStore::save()
 	// Fold the journal into the key file under a new generation, then start the journal over.
 	// Readers are locked out meanwhile; a crash in between leaves a key file that holds every
 	// change and a journal of another generation, which is ignored.
-	journal_->generation = newGeneration();
+	_journal->generation = newGeneration();
 	if (!saveFile())
 		return false;
-	Journal &j = *journal_;
+	Journal &j = *_journal;
 	std::string head = kGenerationTag + j.generation + "\n";
 	struct stat st;
 	if (ftruncate(j.fd, 0) != 0 || write(j.fd, head.data(), head.size()) != (ssize_t)head.size() ||
@@ -597,7 +597,7 @@ bool KeyStore::save()
 
 bool KeyStore::openJournal(bool create)
 {
-	Journal &j = *journal_;
+	Journal &j = *_journal;
 	struct stat st;
 	bool exists = stat(j.path.c_str(), &st) == 0;
 	if (exists && j.fd >= 0 && st.st_ino == j.ino)
@@ -617,7 +617,7 @@ bool KeyStore::openJournal(bool create)
 	}
 	if (fd < 0) {
 		if (create)
-			platformLog(DLOG_ERROR, "ZON_HOST", "cannot write %s: %s", path_.c_str(), g_strerror(errno));
+			platformLog(DLOG_ERROR, "ZON_HOST", "cannot write %s: %s", _path.c_str(), g_strerror(errno));
 		return !create;
 	}
 	j.fd = fd;
@@ -627,7 +627,7 @@ bool KeyStore::openJournal(bool create)
 
 void KeyStore::readJournal()
 {
-	Journal &j = *journal_;
+	Journal &j = *_journal;
 	struct stat st;
 	if (j.fd < 0 || fstat(j.fd, &st) != 0)
 		return;
@@ -677,7 +677,7 @@ void KeyStore::readJournal()
 // continues another one, or it would outgrow its limit.
 bool KeyStore::appendJournal(const std::vector<std::string> &changes)
 {
-	Journal &j = *journal_;
+	Journal &j = *_journal;
 	struct stat st;
 	if (j.generation.empty() || fstat(j.fd, &st) != 0 || !(j.matched || st.st_size == 0))
 		return false;
@@ -713,7 +713,7 @@ bool KeyStore::applyChange(const std::string &change)
 		if (group != g.name)
 			continue;
 		removeStored(stored);
-		g_key_file_set_value(file_, g.name, stored.c_str(), change.c_str() + keyEnd + 1);
+		g_key_file_set_value(_file, g.name, stored.c_str(), change.c_str() + keyEnd + 1);
 		return true;
 	}
 	return false;
@@ -721,13 +721,13 @@ bool KeyStore::applyChange(const std::string &change)
 
 bool KeyStore::saveFile()
 {
-	if (!header_.empty()) {
-		gchar *top = g_key_file_get_comment(file_, nullptr, nullptr, nullptr);
+	if (!_header.empty()) {
+		gchar *top = g_key_file_get_comment(_file, nullptr, nullptr, nullptr);
 		if (!top || !*top)
-			g_key_file_set_comment(file_, nullptr, nullptr, header_.c_str(), nullptr);
+			g_key_file_set_comment(_file, nullptr, nullptr, _header.c_str(), nullptr);
 		g_free(top);
 	}
-	gchar *dir = g_path_get_dirname(path_.c_str());
+	gchar *dir = g_path_get_dirname(_path.c_str());
 	bool dirOk = ensureDir(dir);
 	g_free(dir);
 	if (!dirOk) {
@@ -736,53 +736,53 @@ bool KeyStore::saveFile()
 	}
 
 	gsize length = 0;
-	gchar *data = g_key_file_to_data(file_, &length, nullptr);
+	gchar *data = g_key_file_to_data(_file, &length, nullptr);
 	std::string text = tidy(data);
 	g_free(data);
-	if (journal_ && !journal_->generation.empty())
-		text.insert(0, kGenerationTag + journal_->generation + "\n");
-	if (journal_)
-		journal_->keyFileText = text;
+	if (_journal && !_journal->generation.empty())
+		text.insert(0, kGenerationTag + _journal->generation + "\n");
+	if (_journal)
+		_journal->keyFileText = text;
 	struct stat st;
-	if (!replaceFile(path_, text.data(), text.size(), &st)) {
+	if (!replaceFile(_path, text.data(), text.size(), &st)) {
 		forget();
 		return false;
 	}
-	stamp_ = Stamp::of(st);
-	current_ = stamp_.settled();
+	_stamp = Stamp::of(st);
+	_current = _stamp.settled();
 	return true;
 }
 
 KeyStore *KeptStore::load(const std::string &path, const std::string &headerComment, bool journaled, bool watched)
 {
-	if (!store_ || store_->path() != path)
-		store_.reset(new KeyStore(path, headerComment, journaled, watched));
-	return store_->load() ? store_.get() : nullptr;
+	if (!_store || _store->path() != path)
+		_store.reset(new KeyStore(path, headerComment, journaled, watched));
+	return _store->load() ? _store.get() : nullptr;
 }
 
 KeyStore::Lookup KeyStore::lookup(const char *key, Value *out) const
 {
 	std::string stored = encodeKey(key);
 	for (const Group &g : kGroups) {
-		if (!g_key_file_has_key(file_, g.name, stored.c_str(), nullptr))
+		if (!g_key_file_has_key(_file, g.name, stored.c_str(), nullptr))
 			continue;
 		GError *error = nullptr;
 		Value v;
 		v.type = g.type;
 		switch (g.type) {
 		case Type::Int:
-			v.i = g_key_file_get_int64(file_, g.name, stored.c_str(), &error);
+			v.i = g_key_file_get_int64(_file, g.name, stored.c_str(), &error);
 			if (!error && (v.i < INT_MIN || v.i > INT_MAX))
 				return Lookup::Corrupt;
 			break;
 		case Type::Double:
-			v.d = g_key_file_get_double(file_, g.name, stored.c_str(), &error);
+			v.d = g_key_file_get_double(_file, g.name, stored.c_str(), &error);
 			break;
 		case Type::Bool:
-			v.b = g_key_file_get_boolean(file_, g.name, stored.c_str(), &error);
+			v.b = g_key_file_get_boolean(_file, g.name, stored.c_str(), &error);
 			break;
 		case Type::String: {
-			gchar *raw = g_key_file_get_value(file_, g.name, stored.c_str(), &error);
+			gchar *raw = g_key_file_get_value(_file, g.name, stored.c_str(), &error);
 			if (raw)
 				v.s = unescapeString(raw);
 			g_free(raw);
@@ -809,9 +809,9 @@ void KeyStore::set(const char *key, const Value &value)
 	removeStored(stored);
 	std::string text = storedText(value);
 	if (group)
-		g_key_file_set_value(file_, group, stored.c_str(), text.c_str());
-	if (journal_)
-		journal_->pending.push_back(group ? std::string("set ") + group + " " + stored + " " + text : "del " + stored);
+		g_key_file_set_value(_file, group, stored.c_str(), text.c_str());
+	if (_journal)
+		_journal->pending.push_back(group ? std::string("set ") + group + " " + stored + " " + text : "del " + stored);
 }
 
 bool KeyStore::remove(const char *key)
@@ -820,21 +820,21 @@ bool KeyStore::remove(const char *key)
 	if (lookup(key, nullptr) == Lookup::Absent)
 		return false;
 	removeStored(stored);
-	if (journal_)
-		journal_->pending.push_back("del " + stored);
+	if (_journal)
+		_journal->pending.push_back("del " + stored);
 	return true;
 }
 
 void KeyStore::removeStored(const std::string &stored)
 {
 	for (const Group &g : kGroups) {
-		if (!g_key_file_remove_key(file_, g.name, stored.c_str(), nullptr))
+		if (!g_key_file_remove_key(_file, g.name, stored.c_str(), nullptr))
 			continue;
 		gsize count = 0;
-		gchar **left = g_key_file_get_keys(file_, g.name, &count, nullptr);
+		gchar **left = g_key_file_get_keys(_file, g.name, &count, nullptr);
 		g_strfreev(left);
 		if (count == 0)
-			g_key_file_remove_group(file_, g.name, nullptr);
+			g_key_file_remove_group(_file, g.name, nullptr);
 	}
 }
 
@@ -842,7 +842,7 @@ std::vector<std::string> KeyStore::keys() const
 {
 	std::vector<std::string> result;
 	for (const Group &g : kGroups) {
-		gchar **stored = g_key_file_get_keys(file_, g.name, nullptr, nullptr);
+		gchar **stored = g_key_file_get_keys(_file, g.name, nullptr, nullptr);
 		if (!stored)
 			continue;
 		for (gchar **k = stored; *k; ++k) {
