@@ -12,11 +12,14 @@
 #include <unicode/timezone.h>
 #include <unicode/udatpg.h>
 #include <unicode/uloc.h>
+#include <unicode/ures.h>
 #include <unicode/ustring.h>
 
 namespace {
 
 typedef std::basic_string<UChar> UText;
+
+const size_t kMaxLocalesSeen = 32;
 
 // Least recently used entries beyond the capacity are dropped (and their ICU objects closed by
 // Value's destructor).
@@ -111,6 +114,9 @@ struct State {
 	std::string defaultLocale;
 	std::string zoneRulesVersion;
 
+	// Whether ICU finds data of its own for a locale text; see keyLocale().
+	std::unordered_map<std::string, bool> selfContained;
+
 	Lru<Generator> generators{ZonIcuCache::kMaxGenerators};
 	Lru<UText> patterns{ZonIcuCache::kMaxPatterns};
 	Lru<KeptFormat> dateFormats{ZonIcuCache::kMaxDateFormats};
@@ -126,6 +132,7 @@ struct State {
 		zones.clear();
 		numberFormats.clear();
 		calendars.clear();
+		selfContained.clear();
 	}
 };
 
@@ -137,30 +144,52 @@ State& state()
 	return *instance;
 }
 
-// The state, emptied first if the default locale or the zone rules are no longer those its
-// entries were made under.
+// The state, emptied first if the zone rules are no longer those its entries were made under.
 State& current()
 {
 	State& s = state();
 	const char* defaultLocale = uloc_getDefault();
 	UErrorCode status = U_ZERO_ERROR;
 	const char* version = ucal_getTZDataVersion(&status);
-	if (!defaultLocale)
-		defaultLocale = "";
 	if (U_FAILURE(status) || !version)
 		version = "";
-	if (s.defaultLocale != defaultLocale || s.zoneRulesVersion != version) {
+	if (s.zoneRulesVersion != version) {
 		s.clear();
-		s.defaultLocale = defaultLocale;
 		s.zoneRulesVersion = version;
 	}
+	s.defaultLocale = defaultLocale ? defaultLocale : "";
 	return s;
+}
+
+// Appends the locale to a key. ICU falls back to the default locale only for a locale it has no
+// data of its own for (its bundle opens with U_USING_DEFAULT_WARNING, or not at all); such a
+// locale, and the null one that means the default, is keyed with the default locale too, so a
+// new default makes new entries. Every other entry stays valid when the default changes, which
+// _getFormattedDateString() does on each call: the texts before it keep their generator.
+void keyLocale(State& s, std::string& key, const char* locale)
+{
+	appendText(key, locale);
+	bool own = false;
+	if (locale) {
+		auto known = s.selfContained.find(locale);
+		if (known == s.selfContained.end()) {
+			UErrorCode status = U_ZERO_ERROR;
+			UResourceBundle* bundle = ures_open(nullptr, locale, &status);
+			ures_close(bundle);
+			if (s.selfContained.size() >= kMaxLocalesSeen)
+				s.selfContained.clear();
+			known = s.selfContained.emplace(locale, U_SUCCESS(status) && status != U_USING_DEFAULT_WARNING).first;
+		}
+		own = known->second;
+	}
+	if (!own)
+		appendText(key, s.defaultLocale.c_str());
 }
 
 UDateTimePatternGenerator* generatorFor(State& s, const char* locale, UErrorCode* status)
 {
 	std::string key;   // s.key holds the pattern's key meanwhile
-	appendText(key, locale);
+	keyLocale(s, key, locale);
 	if (Generator* found = s.generators.find(key))
 		return found->get();
 	UErrorCode openStatus = U_ZERO_ERROR;
@@ -183,7 +212,7 @@ bool ZonIcuCache::getBestPattern(const char* locale, const char* skeleton, UChar
 
 	std::string& key = s.key;
 	key.clear();
-	appendText(key, locale);
+	keyLocale(s, key, locale);
 	appendText(key, skeleton);
 	const UText* best = s.patterns.find(key);
 	if (!best) {
@@ -218,7 +247,7 @@ UDateFormat* ZonIcuCache::getDateFormat(const char* locale, const UChar* pattern
 	*status = U_ZERO_ERROR;
 	std::string& formatKey = s.key;
 	formatKey.clear();
-	appendText(formatKey, locale);
+	keyLocale(s, formatKey, locale);
 	appendText(formatKey, pattern, u_strlen(pattern));
 	KeptFormat* kept = s.dateFormats.find(formatKey);
 	if (!kept) {
@@ -252,7 +281,7 @@ UNumberFormat* ZonIcuCache::getDecimalFormat(const char* locale, UErrorCode* sta
 	State& s = current();
 	std::string& key = s.key;
 	key.clear();
-	appendText(key, locale);
+	keyLocale(s, key, locale);
 	if (NumberFormat* found = s.numberFormats.find(key)) {
 		*status = U_ZERO_ERROR;
 		return found->get();
@@ -270,7 +299,7 @@ UCalendar* ZonIcuCache::getCalendar(const UChar* zone, int32_t zoneLength, const
 	std::string& key = s.key;
 	key.clear();
 	appendText(key, zone, zoneLength);
-	appendText(key, locale);
+	keyLocale(s, key, locale);
 	*status = U_ZERO_ERROR;
 	if (Calendar* found = s.calendars.find(key)) {
 		ucal_setMillis(found->get(), ucal_getNow(), status);

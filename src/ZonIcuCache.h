@@ -11,11 +11,13 @@
  *     zone id, as the caller would have passed them to ICU). A date formatter is the exception
  *     that proves it: udat_open() itself makes it without a zone and then gives it one, so a
  *     formatter per (locale, pattern) is given the caller's zone on every use.
- *   - ICU falls back to the default locale when it has no data for a requested one, and it reads
- *     the zone rules (whose version it reports) once; so all entries belong to one default
- *     locale and one zone-rules version, and everything is dropped when either differs from what
- *     it was when the entries were made. That check runs on every call. Rules read anew need
- *     u_cleanup(), after which no ICU object may be used: whoever calls it calls clear() first.
+ *   - ICU falls back to the default locale when it has no data for a requested one: an entry for
+ *     such a locale (or for the null one) is keyed with the default locale as well, while an
+ *     entry for a locale with data of its own survives a change of the default. ICU reads the
+ *     zone rules (whose version it reports) once; all entries belong to one zone-rules version
+ *     and are dropped when it differs from what it was when they were made. That check runs on
+ *     every call. Rules read anew need u_cleanup(), after which no ICU object may be used:
+ *     whoever calls it calls clear() first.
  *   - The default time zone does not reach any object kept here: formatters and calendars are
  *     only kept for an explicit zone id. A formatter for ICU's default zone is not offered.
  *   - Failures are never kept: a call that cannot make an object fails again the next time, with

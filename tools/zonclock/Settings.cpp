@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include <glib.h>
-#include <unicode/udatpg.h>
+#include <unicode/ures.h>
 #include <unicode/uloc.h>
 #include <unicode/ulocdata.h>
 
@@ -134,22 +134,39 @@ bool hasCatalogues(const std::string& locale)
 	return true;
 }
 
+// The hour a region prefers, from the data ICU's pattern generator reads for the "j" skeleton
+// (supplemental timeData: "lang_COUNTRY", then "COUNTRY", then the world, "001"). Building a
+// generator to ask it costs more than the rest of the clock view, so the table is read directly;
+// the zonclock tests check the answer against the generator's.
 bool regionUses24Hour(const std::string& region)
 {
 	UErrorCode status = U_ZERO_ERROR;
-	UDateTimePatternGenerator* generator = udatpg_open(region.c_str(), &status);
-	UChar pattern[64];
-	// "j": the locale's preferred hour, h or K for 12 hours, H or k for 24.
-	const UChar skeleton[] = {'j', 0};
-	int32_t length = udatpg_getBestPattern(generator, skeleton, 1, pattern, 64, &status);
-	udatpg_close(generator);
+	char full[ULOC_FULLNAME_CAPACITY] = "";
+	uloc_addLikelySubtags(region.c_str(), full, sizeof full, &status);
+	char language[ULOC_LANG_CAPACITY] = "";
+	char country[ULOC_COUNTRY_CAPACITY] = "";
+	uloc_getLanguage(U_SUCCESS(status) ? full : region.c_str(), language, sizeof language, &status);
+	uloc_getCountry(U_SUCCESS(status) ? full : region.c_str(), country, sizeof country, &status);
 	if (U_FAILURE(status))
 		return false;
-	for (int32_t i = 0; i < length; ++i) {
-		if (pattern[i] == 'H' || pattern[i] == 'k')
-			return true;
+	UResourceBundle* data = ures_openDirect(nullptr, "supplementalData", &status);
+	UResourceBundle* timeData = ures_getByKey(data, "timeData", nullptr, &status);
+	UChar preferred = 'H';   // the generator's choice when no row answers
+	const std::string keys[] = {std::string(language) + "_" + country, country, "001"};
+	for (const std::string& key : keys) {
+		UErrorCode rowStatus = U_ZERO_ERROR;
+		UResourceBundle* row = ures_getByKey(timeData, key.c_str(), nullptr, &rowStatus);
+		int32_t length = 0;
+		const UChar* text = ures_getStringByKey(row, "preferred", &length, &rowStatus);
+		ures_close(row);
+		if (U_SUCCESS(rowStatus) && length > 0) {
+			preferred = text[0];
+			break;
+		}
 	}
-	return false;
+	ures_close(timeData);
+	ures_close(data);
+	return preferred == 'H' || preferred == 'k';
 }
 
 bool regionUsesFahrenheit(const std::string& region)

@@ -55,10 +55,18 @@ KeptStore g_store;
 
 KeyStore *loadStore()
 {
-	return g_store.load(root() + "/vconf.ini",
+	// Every settings read comes here: the path is built again only for a new device root.
+	static std::string seenRoot;
+	static std::string path;
+	if (path.empty() || seenRoot != root()) {
+		seenRoot = root();
+		path = seenRoot + "/vconf.ini";
+	}
+	static const std::string header =
 			" Settings of the simulated device (vconf); one group per value type.\n"
 			" Keys missing here are unset, except the region format, the language and the\n"
-			" time zone, which follow the desktop until they are set.", false, true);
+			" time zone, which follow the desktop until they are set.";
+	return g_store.load(path, header, false, true);
 }
 
 // "de_DE.UTF-8" out of the first non-empty variable; the device only knows UTF-8 locales.

@@ -105,8 +105,8 @@ struct Fault {
 	int remaining;
 	int error;
 };
-// Every platform call looks its name up here: transparent comparison finds a C string without
-// building a std::string (most names are too long for the short-string buffer).
+// Looked up by every platform call while a fault is armed: transparent comparison finds a C
+// string without building a std::string.
 std::map<std::string, Fault, std::less<>> g_faults;
 
 std::set<std::string, std::less<>> &faultPoints()
@@ -138,17 +138,20 @@ bool declareFaultPoints(std::initializer_list<const char *> names)
 	return true;
 }
 
-bool faultCheck(const char *function, int *error)
+std::size_t g_armedFaults = 0;
+
+bool faultPointReached(const char *function)
 {
-	if (!function)
-		return false;
 	if (faultPoints().find(function) == faultPoints().end()) {
 		// Declared now, so the complaint comes once: the point works, only inject() missed it.
 		faultPoints().insert(function);
 		platformLog(DLOG_ERROR, "ZON_HOST", "fault point %s is not declared with ZON_HOST_FAULT_POINTS", function);
 	}
-	if (g_faults.empty())
-		return false;
+	return true;
+}
+
+bool faultCheck(const char *function, int *error)
+{
 	auto it = g_faults.find(function);
 	if (it == g_faults.end())
 		return false;
@@ -157,6 +160,7 @@ bool faultCheck(const char *function, int *error)
 	if (error)
 		*error = it->second.error;
 	g_faults.erase(it);
+	g_armedFaults = g_faults.size();
 	return true;
 }
 
@@ -227,6 +231,7 @@ using namespace zonhost;
 
 ZON_HOST_MODULE("faults", ResetRank::Faults, [] {
 	g_faults.clear();
+	g_armedFaults = 0;
 	return 0;
 });
 // Re-read from the environment at the next use: a new root is a new device.
@@ -320,6 +325,7 @@ ZON_HOST_API int zon_host_fault_inject(const char *function, int nth, int error)
 		g_faults.erase(function);
 	else
 		g_faults[function] = Fault{nth, error};
+	g_armedFaults = g_faults.size();
 	return 0;
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,10 +27,13 @@
 
 // First statement of every platform function: an injected fault makes the call fail before it
 // has any effect. `__func__` keeps the name in step with the function it guards.
+// A settings read passes here dozens of times a refresh: the checks cost a counter test until a
+// test arms a fault, and the name is looked up among the declared points once per call site.
 #define ZON_HOST_FAULT_RETURN_ERROR() \
 	do { \
+		static const bool zonHostPointKnown_ [[maybe_unused]] = zonhost::faultPointReached(__func__); \
 		int zonHostError_ = 0; \
-		if (zonhost::faultCheck(__func__, &zonHostError_)) \
+		if (zonhost::g_armedFaults && zonhost::faultCheck(__func__, &zonHostError_)) \
 			return zonHostError_; \
 	} while (0)
 
@@ -37,8 +41,9 @@
 // left in get_last_result(), as the platform does for such functions.
 #define ZON_HOST_FAULT_RETURN(failValue) \
 	do { \
+		static const bool zonHostPointKnown_ [[maybe_unused]] = zonhost::faultPointReached(__func__); \
 		int zonHostError_ = 0; \
-		if (zonhost::faultCheck(__func__, &zonHostError_)) { \
+		if (zonhost::g_armedFaults && zonhost::faultCheck(__func__, &zonHostError_)) { \
 			set_last_result(zonHostError_); \
 			return failValue; \
 		} \
@@ -53,6 +58,10 @@
 namespace zonhost {
 
 bool declareFaultPoints(std::initializer_list<const char *> names);
+// Logs an error when `function` was not declared a fault point; answers true.
+bool faultPointReached(const char *function);
+// How many faults are armed; zero on a device no test is failing on purpose.
+extern std::size_t g_armedFaults;
 // True, with *error set, when this call of the platform function `function` must fail (an
 // injected fault); counts the call.
 bool faultCheck(const char *function, int *error);
@@ -162,6 +171,7 @@ private:
 	struct Watch;
 
 	void forget();
+	Lookup readKey(const char *key, Value *out) const;
 	bool loadFile(bool *reloaded);
 	bool saveFile();
 	bool openJournal(bool create);
@@ -173,6 +183,13 @@ private:
 	std::string _path;
 	std::string _header;
 	GKeyFile *_file;
+	// Answers already read out of _file, so that a settings read is a map lookup; emptied by
+	// every change to _file (and bounded: a program may ask for any number of absent keys).
+	struct Answer {
+		Lookup result;
+		Value value;
+	};
+	mutable std::map<std::string, Answer, std::less<>> _answers;
 	Stamp _stamp;
 	// False until a load or save has seen a stamp that a later change cannot repeat.
 	bool _current = false;

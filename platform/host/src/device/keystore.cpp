@@ -424,6 +424,7 @@ bool KeyStore::Stamp::settled() const
 
 void KeyStore::forget()
 {
+	_answers.clear();
 	g_key_file_free(_file);
 	_file = g_key_file_new();
 	_current = false;
@@ -476,6 +477,7 @@ bool KeyStore::loadFile(bool *reloaded)
 			return seen();
 	}
 	*reloaded = true;
+	_answers.clear();
 	int fd = open(_path.c_str(), O_RDONLY | O_CLOEXEC);
 	if (fd < 0 && errno == ENOENT) {
 		if (_current && !_stamp.exists) {
@@ -699,6 +701,7 @@ bool KeyStore::appendJournal(const std::vector<std::string> &changes)
 
 bool KeyStore::applyChange(const std::string &change)
 {
+	_answers.clear();
 	if (change.compare(0, 4, "del ") == 0) {
 		removeStored(change.substr(4));
 		return true;
@@ -762,6 +765,25 @@ KeyStore *KeptStore::load(const std::string &path, const std::string &headerComm
 
 KeyStore::Lookup KeyStore::lookup(const char *key, Value *out) const
 {
+	auto known = _answers.find(key);
+	if (known != _answers.end()) {
+		if (out && known->second.result == Lookup::Found)
+			*out = known->second.value;
+		return known->second.result;
+	}
+	const size_t kMaxAnswers = 256;
+	if (_answers.size() >= kMaxAnswers)
+		_answers.clear();
+	Value found;
+	Lookup result = readKey(key, &found);
+	if (out && result == Lookup::Found)
+		*out = found;
+	_answers.emplace(key, Answer{result, std::move(found)});
+	return result;
+}
+
+KeyStore::Lookup KeyStore::readKey(const char *key, Value *out) const
+{
 	std::string stored = encodeKey(key);
 	for (const Group &g : kGroups) {
 		if (!g_key_file_has_key(_file, g.name, stored.c_str(), nullptr))
@@ -804,6 +826,7 @@ KeyStore::Lookup KeyStore::lookup(const char *key, Value *out) const
 
 void KeyStore::set(const char *key, const Value &value)
 {
+	_answers.clear();
 	std::string stored = encodeKey(key);
 	const char *group = groupOf(value.type);
 	removeStored(stored);
@@ -827,6 +850,7 @@ bool KeyStore::remove(const char *key)
 
 void KeyStore::removeStored(const std::string &stored)
 {
+	_answers.clear();
 	for (const Group &g : kGroups) {
 		if (!g_key_file_remove_key(_file, g.name, stored.c_str(), nullptr))
 			continue;
