@@ -24,7 +24,11 @@ add_compile_options(-Wall -Wextra)
 
 include(${PROJECT_SOURCE_DIR}/cmake/ZonCommonLibraries.cmake)
 zon_common_libraries(${CMAKE_CURRENT_LIST_DIR}/device/zon_platform.c)
-target_link_libraries(zon-common PUBLIC PkgConfig::ZON_DEVICE)
+target_link_libraries(zon-common PUBLIC PkgConfig::ZON_DEVICE PRIVATE ${CMAKE_DL_LIBS})
+# zon-common defines the JSON-GLib functions it calls and opens the library on first use
+# (src/ZonJsonGlib.h): the module list still brings -ljson-glib-1.0, which must not become a
+# dependency loaded at every start.
+target_link_options(zon-common PRIVATE "LINKER:--as-needed")
 target_link_libraries(zon-common-ui PUBLIC zon-common PkgConfig::ZON_DEVICE_UI)
 
 # The "zonvista" catalogues.

@@ -116,6 +116,8 @@ struct State {
 
 	// Whether ICU finds data of its own for a locale text; see keyLocale().
 	std::unordered_map<std::string, bool> selfContained;
+	std::string lastLocale;
+	bool lastLocaleOwn = false;
 
 	Lru<Generator> generators{ZonIcuCache::kMaxGenerators};
 	Lru<UText> patterns{ZonIcuCache::kMaxPatterns};
@@ -133,6 +135,7 @@ struct State {
 		numberFormats.clear();
 		calendars.clear();
 		selfContained.clear();
+		lastLocale.clear();
 	}
 };
 
@@ -157,7 +160,10 @@ State& current()
 		s.clear();
 		s.zoneRulesVersion = version;
 	}
-	s.defaultLocale = defaultLocale ? defaultLocale : "";
+	if (!defaultLocale)
+		defaultLocale = "";
+	if (s.defaultLocale != defaultLocale)
+		s.defaultLocale = defaultLocale;
 	return s;
 }
 
@@ -170,7 +176,9 @@ void keyLocale(State& s, std::string& key, const char* locale)
 {
 	appendText(key, locale);
 	bool own = false;
-	if (locale) {
+	if (locale && s.lastLocale == locale) {
+		own = s.lastLocaleOwn;
+	} else if (locale) {
 		auto known = s.selfContained.find(locale);
 		if (known == s.selfContained.end()) {
 			UErrorCode status = U_ZERO_ERROR;
@@ -181,6 +189,9 @@ void keyLocale(State& s, std::string& key, const char* locale)
 			known = s.selfContained.emplace(locale, U_SUCCESS(status) && status != U_USING_DEFAULT_WARNING).first;
 		}
 		own = known->second;
+		// Texts come in runs of one locale: the last answer saves hashing it again.
+		s.lastLocale = locale;
+		s.lastLocaleOwn = own;
 	}
 	if (!own)
 		appendText(key, s.defaultLocale.c_str());

@@ -14,7 +14,6 @@
 #include <string>
 #include <vector>
 
-#include <glib.h>
 #include <unicode/ucal.h>
 #include <unicode/udat.h>
 #include <unicode/uloc.h>
@@ -571,12 +570,13 @@ void ZonTimeUtil::getLocale(std::string& out)
 		return;
 	}
 
-	gchar** pieces = g_strsplit(regionFormat, ".", -1);
-	if (g_strv_length(pieces) == 2 && !strcmp(pieces[1], "UTF-8"))
-		out = pieces[0];
+	// "ko_KR.UTF-8" gives "ko_KR"; any other shape (no dot, two dots, another encoding) is kept
+	// whole, as splitting at every dot and expecting exactly "UTF-8" after the only one would.
+	const char* dot = strchr(regionFormat, '.');
+	if (dot && !strcmp(dot + 1, "UTF-8"))
+		out.assign(regionFormat, dot - regionFormat);
 	else
 		out = regionFormat;
-	g_strfreev(pieces);
 	free(regionFormat);
 }
 

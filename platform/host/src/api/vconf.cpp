@@ -176,12 +176,17 @@ int setValue(const char *key, const Value &value)
 	if (!store)
 		return fail(VCONF_ERROR_FILE_FREAD);
 	Value old;
-	if (effectiveValue(*store, key, &old) == VCONF_OK && old == value)
+	KeyStore::Lookup stored = store->lookup(key, &old);
+	if (stored == KeyStore::Lookup::Found && old == value)
 		return succeed();
+	// A value set equal to the desktop's default is still kept: it no longer follows the desktop.
+	// Nothing changed for a reader, so nobody is told.
+	bool unchanged = effectiveValue(*store, key, &old) == VCONF_OK && old == value;
 	store->set(key, value);
 	if (!store->save())
 		return fail(VCONF_ERROR_FILE_WRITE);
-	notifyChanged(key, value);
+	if (!unchanged)
+		notifyChanged(key, value);
 	return succeed();
 }
 
