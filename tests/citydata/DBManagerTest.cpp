@@ -1,10 +1,8 @@
 // Tests of the city database: the stored format, migration, the retail reset, the list
 // operations, the change notification and the weather cache, observed through the SQLite file
 // and the preferences the other processes watch.
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -31,11 +29,8 @@ namespace {
 using Rows = std::vector<std::vector<std::string>>;
 using Names = std::vector<std::string>;
 
-// Takes a string the platform allocated.
-std::string take(char* text) { std::string result = text ? text : ""; free(text); return result; }
-
-std::string dbPath() { return take(app_get_data_path()) + "zonvista.db"; }
-std::string markerPath() { return take(zon_platform_path("/tmp/.zonvista_ldu")); }
+std::string dbPath() { return takeText(app_get_data_path()) + "zonvista.db"; }
+std::string markerPath() { return takeText(zon_platform_path("/tmp/.zonvista_ldu")); }
 
 // Runs SQL with a connection of its own, as another process would; returns the result rows.
 Rows sql(const std::string& statements)
@@ -56,7 +51,7 @@ Rows sql(const std::string& statements)
 }
 
 int changedFlag() { int value = -1; preference_get_int("ZonDBChanged", &value); return value; }
-std::string status() { char* value = nullptr; preference_get_string("ZonDBStatus", &value); return take(value); }
+std::string status() { char* value = nullptr; preference_get_string("ZonDBStatus", &value); return takeText(value); }
 std::string fileBytes(const std::string& path) { return (std::stringstream() << std::ifstream(path).rdbuf()).str(); }
 
 const Cityinfo& catalogue(int id) { return allCityList[id - 1]; }
@@ -206,12 +201,24 @@ TEST_F(CityDatabase, NoResetWhenModeIsOffOrMarkerCannotBeWrittenButSetLDUModeFor
 	db->setLDUMode();
 	EXPECT_EQ(Names{"Tokyo"}, list());
 
-	// In retail mode setLDUMode forces the retail list every time, with or without a marker.
+	// A reset cut short (the second predefined city cannot be stored, as on a full disk) leaves
+	// the user's list whole.
 	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
+	sql("CREATE TRIGGER fail_sf BEFORE INSERT ON added_city2 WHEN NEW.city_id = 261 "
+		"BEGIN SELECT RAISE(FAIL, 'disk full'); END;");
+	int flag = changedFlag();
+	db->setLDUMode();
+	EXPECT_EQ(SQLITE_CONSTRAINT, db->lastError());
+	EXPECT_EQ(Names{"Tokyo"}, list());
+	EXPECT_NE(flag, changedFlag());
+	sql("DROP TRIGGER fail_sf;");
+
+	// In retail mode setLDUMode forces the retail list every time, with or without a marker.
 	db->insert(299, "Tokyo", true);
 	db->setLDUMode();
 	db->insert(299, "Tokyo", false);
 	db->setLDUMode();
+	EXPECT_EQ(SQLITE_OK, db->lastError());
 	EXPECT_EQ(kRetailCities, list());
 	EXPECT_TRUE(list(true).empty());
 }
@@ -243,27 +250,7 @@ TEST_F(CityDatabase, ListsKeepInsertionOrderStaySeparateAndMatchTheCatalogueById
 	EXPECT_TRUE(zon_host_log_contains("qery INSERT INTO added_city2 VALUES(null, 331, 'Zurich', 0, 0, 0, 0, 1);"));
 }
 
-TEST_F(CityDatabase, RemoveMatchesAllOfIdNameAndListAndAnnouncesNothing)
-{
-	open();
-	db->insert(299, "Tokyo", false);
-	db->insert(299, "Tokyo", true);
-	db->insert(39, "Berlin", false);
-	int flag = changedFlag();
-
-	db->remove(299, "tokyo", false, true, true);
-	db->remove(39, "Tokyo", false, true, true);
-	EXPECT_EQ(3u, sql("SELECT * FROM added_city2;").size());
-
-	db->remove(299, std::string("Tokyo"));
-	EXPECT_EQ(Names{"Berlin"}, list());
-	EXPECT_EQ(Names{"Tokyo"}, list(true));
-	EXPECT_EQ(flag, changedFlag());
-	EXPECT_TRUE(zon_host_log_contains(
-		"query DELETE FROM 'added_city2' where city_id = 299 and is_external = 0 and english_name = 'Tokyo';"));
-}
-
-TEST_F(CityDatabase, WeatherIsSharedByBothListsAndUpdateReplacesInPlaceAndClearsIt)
+TEST_F(CityDatabase, WeatherIsSharedByBothListsUpdateReplacesInPlaceRemoveMatchesExactly)
 {
 	open();
 	db->insert(299, "Tokyo", false);
@@ -287,6 +274,19 @@ TEST_F(CityDatabase, WeatherIsSharedByBothListsAndUpdateReplacesInPlaceAndClears
 	EXPECT_EQ(Names{"Tokyo"}, list(true));
 	EXPECT_EQ("ZON_DB_STATUS_CHANGE", status());
 	EXPECT_NE(flag, changedFlag());
+
+	// Removal matches id, name and list all at once, and announces nothing.
+	db->insert(299, "Tokyo", false);
+	flag = changedFlag();
+	db->remove(299, "tokyo", false, true, true);
+	db->remove(39, "Tokyo", false, true, true);
+	EXPECT_EQ(4u, sql("SELECT * FROM added_city2;").size());
+	db->remove(299, std::string("Tokyo"));
+	EXPECT_EQ((Names{"Zurich", "Berlin"}), list());
+	EXPECT_EQ(Names{"Tokyo"}, list(true));
+	EXPECT_EQ(flag, changedFlag());
+	EXPECT_TRUE(zon_host_log_contains(
+		"query DELETE FROM 'added_city2' where city_id = 299 and is_external = 0 and english_name = 'Tokyo';"));
 }
 
 TEST_F(CityDatabase, EveryInsertAndUpdateToggleTheNotification)
@@ -417,7 +417,7 @@ TEST_F(CityDatabase, ForeignOrUnopenableFilesAreLoggedAndLeftAlone)
 	db->insert(299, "Tokyo", false);
 	EXPECT_TRUE(list().empty());
 	db->finalize();
-	std::string dir = take(app_get_data_path());
+	std::string dir = takeText(app_get_data_path());
 	ASSERT_EQ(0, system(("rm -rf '" + dir + "' && touch '" + dir.substr(0, dir.size() - 1) + "'").c_str()));
 	db->initialize();
 	EXPECT_EQ(2u, zon_host_log_count_matching("open database is failed."));
@@ -479,24 +479,4 @@ TEST_F(CityDatabase, ALockedFileWaitsThenFailsWithTheReasonWhileReadersGoOn)
 	EXPECT_TRUE(db->commitTransaction());
 	EXPECT_EQ(Names{"Berlin"}, list());
 	EXPECT_EQ((Rows{{"wal"}}), sql("PRAGMA journal_mode;"));
-}
-
-TEST_F(CityDatabase, RetailResetCutShortLeavesTheUserListWhole)
-{
-	open();
-	db->insert(299, "Tokyo", false);
-	// The second predefined city cannot be stored, as on a full disk.
-	sql("CREATE TRIGGER fail_sf BEFORE INSERT ON added_city2 WHEN NEW.city_id = 261 "
-		"BEGIN SELECT RAISE(FAIL, 'disk full'); END;");
-	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
-	int flag = changedFlag();
-	db->setLDUMode();
-	EXPECT_EQ(SQLITE_CONSTRAINT, db->lastError());
-	EXPECT_EQ(Names{"Tokyo"}, list());
-	EXPECT_NE(flag, changedFlag());
-
-	sql("DROP TRIGGER fail_sf;");
-	db->setLDUMode();
-	EXPECT_EQ(SQLITE_OK, db->lastError());
-	EXPECT_EQ(kRetailCities, list());
 }
