@@ -4,13 +4,8 @@
 // returns are lists the database can hold as they are (each list's positions 0..n-1 once, no
 // city twice in a list, every city a catalogue row by id and exact name, numbers in their
 // ranges); when it fails it says why, in a bounded number of lines.
-#include <stddef.h>
-#include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
 
 #include <set>
-#include <string>
 #include <vector>
 
 #include "Catalogue.h"

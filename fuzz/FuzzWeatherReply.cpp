@@ -10,13 +10,8 @@
 //           else a raw key; bit 3: value from the table below, else raw bytes
 //   key     table index (1 byte) or length (1 byte, mod 32) and bytes
 //   value   table index (1 byte) or length (1 byte) and bytes; an array holds the value and the key
-#include <stddef.h>
-#include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
 #include <bundle.h>

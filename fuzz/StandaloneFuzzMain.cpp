@@ -1,15 +1,11 @@
 // Runs each file named on the command line once through a fuzz target, as a libFuzzer binary does
 // when given files. Compilers without libFuzzer link their fuzz targets with this instead, so the
 // targets still build and their smoke runs still run.
-#include <stddef.h>
-#include <stdint.h>
-#include <stdio.h>
-
 #include <fstream>
 #include <iterator>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+#include "FuzzSupport.h"
 
 int main(int argc, char** argv)
 {

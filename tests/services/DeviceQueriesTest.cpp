@@ -1,17 +1,27 @@
-// The device and environment queries of ZonUtil, driven through the settings, features and
-// packages of the simulated device.
+// The device and environment queries of ZonUtil and ZonSyncUtil, driven through the settings,
+// features, packages and launches of the simulated device, and the application's colour and font
+// tables in the device's changeable theme, loaded from real files in the shared resource
+// directory (theme state belongs to the process, so every test leaves both tables detached).
+#include <sys/stat.h>
+
+#include <fstream>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
 
+#include <app_common.h>
+#include <app_control.h>
 #include <app_preference.h>
 #include <package_manager.h>
 #include <system_info.h>
+#include <uxt_theme.h>
 #include <vconf.h>
 #include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
+#include "ZonSyncUtil.h"
 #include "ZonUtil.h"
 
 namespace {
@@ -115,6 +125,132 @@ TEST_F(DeviceQueriesTest, PackagesPreloadFlagAndTheWeatherPackageState)
 	zon_host_fault_inject("package_info_destroy", 1, PACKAGE_MANAGER_ERROR_IO_ERROR);
 	EXPECT_FALSE(zonUtilIsPkgPreloaded("korvath.zonvista")) << "unknown counts as not preloaded";
 	EXPECT_EQ(handles + 1, zon_host_package_info_live()) << "a failed destroy is not retried";
+}
+
+const char kConnType[] = "memory/private/lnkp/conn_type";
+
+TEST_F(DeviceQueriesTest, ConnectedNeedsBluetoothAndTheCompanionManager)
+{
+	EXPECT_FALSE(ZonSyncUtil::isBtConnected());
+	EXPECT_TRUE(zon_host_log_contains("vconf_get_int(VCONFKEY_LNKP_CONNECTIVITY_TYPE FAILED"));
+	// Connected, but not over Bluetooth: the manager is not even asked.
+	ASSERT_EQ(VCONF_OK, vconf_set_int(kConnType, 2));
+	zon_host_log_clear();
+	EXPECT_FALSE(ZonSyncUtil::isBtConnected());
+	EXPECT_EQ(0u, zon_host_log_count());
+
+	ASSERT_EQ(VCONF_OK, vconf_set_int(kConnType, 3));
+	EXPECT_FALSE(ZonSyncUtil::isBtConnected());
+	EXPECT_TRUE(zon_host_log_contains("vconf_get_int(VCONFKEY_HMX_HMANAGER_CONNECTED FAILED"));
+	for (auto [bt, manager, connected] : {std::tuple{true, false, false}, {true, true, true}, {false, true, false}}) {
+		ASSERT_EQ(0, zon_host_set_companion_connection(bt, manager));
+		EXPECT_EQ(connected, ZonSyncUtil::isBtConnected()) << bt << manager;
+	}
+}
+
+TEST_F(DeviceQueriesTest, WatchUpdateReachesTheCompanionOnlyWhenConnected)
+{
+	ASSERT_EQ(0, zon_host_install_companion());
+	ZonSyncUtil::requestWatchUpdate();
+	ASSERT_EQ(0, zon_host_set_companion_connection(true, false));
+	ZonSyncUtil::requestWatchUpdate();
+	EXPECT_EQ(0u, zon_host_launch_count());
+
+	ASSERT_EQ(0, zon_host_set_companion_connection(true, true));
+	ZonSyncUtil::requestWatchUpdate();
+	zon_host_launch launch;
+	ASSERT_TRUE(zon_host_launch_count() == 1 && zon_host_launch_get(0, &launch));
+	EXPECT_STREQ(ZON_HOST_COMPANION_APP_ID, launch.app_id);
+	EXPECT_EQ(1u, launch.extra_count);
+	EXPECT_STREQ("watch_change", zon_host_launch_extra(0, "change_request"));
+	EXPECT_FALSE(launch.reply_requested);
+	EXPECT_EQ(0, zon_host_companion_change_requests()) << "delivered on the main loop, not inside the call";
+	zon_host_pump(10);
+	EXPECT_EQ(1, zon_host_companion_change_requests());
+
+	// Without the companion installed, the launch fails and says so.
+	zon_host_reset();
+	zon_host_log_capture(true);
+	ZonSyncUtil::requestWatchUpdate();
+	EXPECT_TRUE(zon_host_log_contains(
+		("app_control_send_launch_request failed(" + std::to_string(APP_CONTROL_ERROR_APP_NOT_FOUND) + ")").c_str()));
+}
+
+const char kColors[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+						"<color_table><color id=\"B011\" rgba=\"#FAFAFA80\"/></color_table>\n";
+
+const char kFonts[] = "<font_table>\n  <font id=\"T011\" style=\"Condensed\" size=\"30\"/>\n</font_table>\n";
+
+class DeviceThemeTest : public HostFixture {
+protected:
+	void SetUp() override
+	{
+		HostFixture::SetUp();
+		sharedRes = takeText(app_get_shared_resource_path());
+		ASSERT_NE("<null>", sharedRes);
+		mkdir((sharedRes + "tables").c_str(), 0755);
+		baseline = zon_host_theme_table_count();
+	}
+
+	void TearDown() override
+	{
+		zonUtilDetachChangeableColors();
+		zonUtilDetachChangeableFonts();
+		EXPECT_EQ(baseline, zon_host_theme_table_count()) << "the library lost a table";
+		HostFixture::TearDown();
+	}
+
+	// Writes a table file under the shared resource directory and returns its relative path.
+	std::string writeTable(const char* name, const std::string& content)
+	{
+		std::string relative = std::string("tables/") + name;
+		std::ofstream(sharedRes + relative) << content;
+		return relative;
+	}
+
+
+	std::string sharedRes;
+	// Tables left loaded by earlier tests of this process.
+	int baseline = 0;
+};
+
+TEST_F(DeviceThemeTest, InitialisationIsSharedByColoursAndFontsAndAMalformedFileIsLogged)
+{
+	uxt_theme_set_style(5);
+	std::string colors = writeTable("colors.xml", kColors);
+	std::string fonts = writeTable("fonts.xml", kFonts);
+	zonUtilAttachChangeableColors(colors.c_str());
+	EXPECT_TRUE(zon_host_theme_changeable_ui_enabled());
+	EXPECT_EQ(UXT_THEME_STYLE_DEFAULT, zon_host_theme_style());
+	EXPECT_TRUE(zon_host_theme_color("B011", nullptr, nullptr, nullptr, nullptr));
+	zonUtilAttachChangeableColors(colors.c_str()); // the earlier table is deleted, not leaked
+	zonUtilAttachChangeableFonts(fonts.c_str());
+	EXPECT_EQ(baseline + 2, zon_host_theme_table_count());
+
+	// With fonts still attached the changeable UI stays initialised: no style is re-selected.
+	zonUtilDetachChangeableColors();
+	EXPECT_FALSE(zon_host_theme_color("B011", nullptr, nullptr, nullptr, nullptr));
+	EXPECT_TRUE(zon_host_theme_font("T011", nullptr, nullptr));
+	uxt_theme_set_style(3);
+	zonUtilAttachChangeableColors(colors.c_str());
+	EXPECT_EQ(3, zon_host_theme_style());
+
+	// Both detached: the next attach initialises again. Detaching never switches the UI off.
+	zonUtilDetachChangeableFonts();
+	zonUtilDetachChangeableColors();
+	EXPECT_EQ(baseline, zon_host_theme_table_count());
+	EXPECT_TRUE(zon_host_theme_changeable_ui_enabled());
+	zonUtilDetachChangeableColors();
+	EXPECT_FALSE(zon_host_log_contains("delete_color_table failed")) << "nothing to delete";
+	zonUtilAttachChangeableFonts(fonts.c_str());
+	EXPECT_EQ(UXT_THEME_STYLE_DEFAULT, zon_host_theme_style());
+
+	// A malformed file is logged when applied, and leaves no colour table beside the fonts'.
+	zonUtilAttachChangeableColors(
+		writeTable("bad.xml", "<color_table><color id=\"A\" rgba=\"#FF0000\"/><color id=\"A\" rgba=\"#00FF00\"/>").c_str());
+	EXPECT_TRUE(zon_host_log_contains(
+		("uxt_theme_set_color_table failed.(" + std::to_string(UXT_THEME_ERROR_INVALID_PARAMETER) + ")").c_str()));
+	EXPECT_EQ(baseline + 1, zon_host_theme_table_count());
 }
 
 } // namespace

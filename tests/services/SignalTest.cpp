@@ -1,7 +1,8 @@
 // WSignal's delivery rules when listeners change the signal they are called from, the ids behind
 // them, and listeners bound to the lifetime of real toolkit objects. The sanitizer builds are what
 // make the bindings bite: a deletion callback left on an object after its listener is gone is a
-// use-after-free the moment the object is deleted.
+// use-after-free the moment the object is deleted. Last, the application event hub built on it: a
+// process-wide singleton, so its test removes what it registered.
 
 #include <memory>
 #include <stdexcept>
@@ -11,6 +12,8 @@
 #include <WSignal.h>
 #include <WSignalIdGenerator.h>
 
+#include "AppEventListener.h"
+#include "AppEventManager.h"
 #include "ToolkitFixture.h"
 
 using app_trellis::WSignal;
@@ -310,3 +313,52 @@ TEST_F(SignalObjectBinding, ListenersSignalsAndTheirObjectsLetGoOfEachOther)
 	EXPECT_EQ(0, signal.getListenerCount());
 }
 
+using Events = std::vector<std::string>;
+using Event = AppEventManager::EventType;
+
+namespace {
+
+class NamedListener : public AppEventListener {
+public:
+	NamedListener(Events& log, std::string name) : _log(&log), _name(std::move(name)) {}
+	void onEvent(Event event) override { _log->push_back(_name + std::to_string(event)); }
+
+private:
+	Events* _log;
+	std::string _name;
+};
+
+}
+
+class AppEventHub : public HostFixture {
+protected:
+	AppEventManager* hub = AppEventManager::getInstance();
+	Events log;
+};
+
+TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistrationAndCopies)
+{
+	WSignal_ListenerId first = hub->addListener([&](Event e) { log.push_back("fn" + std::to_string(e)); });
+	{
+		NamedListener object(log, "obj");
+		WSignal_ListenerId last = hub->addListener([&](Event e) { log.push_back("last" + std::to_string(e)); });
+		hub->propagateEvent(AppEventManager::WEATHER_PACKAGE_STATE_CHANGED);
+		EXPECT_EQ((Events{"fn7", "obj7", "last7"}), log);
+		hub->removeListener(last);
+	}
+	log.clear();
+	hub->propagateEvent(AppEventManager::FONT_CHANGED);
+	EXPECT_EQ((Events{"fn0"}), log);
+	hub->removeListener(first);
+	log.clear();
+
+	// A copy has its own registration; an assigned one takes the name and keeps its own.
+	auto original = std::make_unique<NamedListener>(log, "a");
+	NamedListener copy(*original);
+	NamedListener assigned(log, "b");
+	assigned = copy;
+	original.reset();
+	hub->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
+	EXPECT_EQ((Events{"a3", "a3"}), log);
+	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
+}
