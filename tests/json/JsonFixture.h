@@ -5,6 +5,9 @@
  * counted. JSON-GLib reports a misused reference (a count dropping below one, a node freed twice)
  * only with such a warning, from inside a library that AddressSanitizer does not instrument, so a
  * test fails on any it did not announce with expectJsonGlibWarnings().
+ *
+ * fetch() returns what a getter of either wrapper leaves in a variable that held `start`:
+ *   EXPECT_EQ(-1, fetch(parser, &ZonJsonParser::getIntegerValue, "absent", -1));
  */
 #ifndef ZON_TESTS_JSON_FIXTURE_H
 #define ZON_TESTS_JSON_FIXTURE_H
@@ -15,6 +18,18 @@
 #include <glib.h>
 
 #include "HostFixture.h"
+
+template <class T> struct NotDeduced {
+	using type = T;
+};
+
+template <class Object, class Value>
+Value fetch(Object& object, void (Object::*getter)(const std::string&, Value&), const std::string& name,
+	typename NotDeduced<Value>::type start = Value())
+{
+	(object.*getter)(name, start);
+	return start;
+}
 
 class JsonFixture : public HostFixture {
 protected:
@@ -33,10 +48,7 @@ protected:
 		for (const auto& handler : handlers_)
 			g_log_remove_handler(handler.first, handler.second);
 		handlers_.clear();
-		std::string all;
-		for (const std::string& warning : warnings_)
-			all += "\n  " + warning;
-		EXPECT_EQ(expected_, warnings_.size()) << "JSON-GLib and GLib warned:" << all;
+		EXPECT_EQ(expected_, warnings_.size()) << "JSON-GLib and GLib warned: " << testing::PrintToString(warnings_);
 		HostFixture::TearDown();
 	}
 
