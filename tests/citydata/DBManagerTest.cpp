@@ -324,27 +324,7 @@ TEST_F(CityDatabase, EveryInsertAndUpdateToggleTheNotification)
 	}
 }
 
-TEST_F(CityDatabase, IsExistMatchesCityStringAndGmtText)
-{
-	open();
-	EXPECT_FALSE(db->isExist(&catalogue(283), false));
-	db->insert(283, "St. John's", false);
-
-	EXPECT_TRUE(db->isExist(&catalogue(283), false));
-	EXPECT_FALSE(db->isExist(&catalogue(283), true));
-	// Same city id string, other GMT text: the Antigua row, which is not in the list.
-	EXPECT_FALSE(db->isExist(&catalogue(282), false));
-	EXPECT_TRUE(db->isExist("WDS_ZON_MBODY_ST_JOHNS_M_CITY", "whatever", "GMT-3:30", nullptr, false));
-	EXPECT_FALSE(db->isExist("WDS_ZON_MBODY_ST_JOHNS_M_CITY", nullptr, "GMT-4", "America/St_Johns", false));
-	EXPECT_FALSE(db->isExist("NOT_A_CITY", "", "GMT-3:30", "", false));
-	std::string longText(300, 'x');
-	EXPECT_FALSE(db->isExist(longText.c_str(), longText.c_str(), longText.c_str(), longText.c_str(), false));
-
-	EXPECT_FALSE(db->isExist(nullptr, false));
-	EXPECT_TRUE(zon_host_log_contains("invalid argument!"));
-}
-
-TEST_F(CityDatabase, HostileAndOversizedNamesAreStoredAsText)
+TEST_F(CityDatabase, HostileAndOversizedNamesAreStoredAsTextAndIsExistMatchesCityStringAndGmtText)
 {
 	open();
 	db->insert(299, "Tokyo", false);
@@ -367,6 +347,23 @@ TEST_F(CityDatabase, HostileAndOversizedNamesAreStoredAsText)
 	db->insert(299, static_cast<const char*>(nullptr), false);
 	EXPECT_EQ(4u, sql("SELECT * FROM added_city2;").size());
 	EXPECT_NE(flag, changedFlag());
+
+	// isExist() matches the city string and the GMT text.
+	EXPECT_FALSE(db->isExist(&catalogue(283), false));
+	db->insert(283, "St. John's", false);
+
+	EXPECT_TRUE(db->isExist(&catalogue(283), false));
+	EXPECT_FALSE(db->isExist(&catalogue(283), true));
+	// Same city id string, other GMT text: the Antigua row, which is not in the list.
+	EXPECT_FALSE(db->isExist(&catalogue(282), false));
+	EXPECT_TRUE(db->isExist("WDS_ZON_MBODY_ST_JOHNS_M_CITY", "whatever", "GMT-3:30", nullptr, false));
+	EXPECT_FALSE(db->isExist("WDS_ZON_MBODY_ST_JOHNS_M_CITY", nullptr, "GMT-4", "America/St_Johns", false));
+	EXPECT_FALSE(db->isExist("NOT_A_CITY", "", "GMT-3:30", "", false));
+	std::string longText(300, 'x');
+	EXPECT_FALSE(db->isExist(longText.c_str(), longText.c_str(), longText.c_str(), longText.c_str(), false));
+
+	EXPECT_FALSE(db->isExist(nullptr, false));
+	EXPECT_TRUE(zon_host_log_contains("invalid argument!"));
 }
 
 TEST_F(CityDatabase, ClosedDatabaseIsHarmless)
@@ -424,13 +421,14 @@ TEST_F(CityDatabase, ForeignOrUnopenableFilesAreLoggedAndLeftAlone)
 	EXPECT_TRUE(list().empty());
 }
 
-TEST_F(CityDatabase, UnopenableLogFileReadsAsAFailureNotAnEmptyList)
+TEST_F(CityDatabase, AnUnopenableLogOrALockedFileFailsWithTheReasonWhileReadersGoOn)
 {
 	open();
 	db->insert(299, "Tokyo", false);
 	EXPECT_EQ(SQLITE_OK, db->lastError());
 	db->finalize();
-	// Root ignores file modes: send the write-ahead log into a directory that does not exist.
+	// An unopenable write-ahead log reads as a failure, not as an empty list. Root ignores file
+	// modes: send the log into a directory that does not exist.
 	ASSERT_EQ(0, symlink("/nonexistent-zon-host-dir/wal", (dbPath() + "-wal").c_str()));
 
 	db->initialize();
@@ -443,12 +441,8 @@ TEST_F(CityDatabase, UnopenableLogFileReadsAsAFailureNotAnEmptyList)
 	db->finalize();
 	unlink((dbPath() + "-wal").c_str());
 	EXPECT_EQ((Rows{{"1", "299", "Tokyo", "0", "0", "0", "0", "0"}}), sql("SELECT * FROM added_city2;"));
-}
 
-TEST_F(CityDatabase, ALockedFileWaitsThenFailsWithTheReasonWhileReadersGoOn)
-{
 	open();
-	db->insert(299, "Tokyo", false);
 	sqlite3* other = nullptr;
 	ASSERT_EQ(SQLITE_OK, sqlite3_open(dbPath().c_str(), &other));
 	ASSERT_EQ(SQLITE_OK, sqlite3_exec(other, "BEGIN EXCLUSIVE; INSERT INTO added_city2 VALUES(null, 39, 'Berlin', 0, 0, 0, 0, 0);",
