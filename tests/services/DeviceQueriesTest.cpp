@@ -129,7 +129,7 @@ TEST_F(DeviceQueriesTest, PackagesPreloadFlagAndTheWeatherPackageState)
 
 const char kConnType[] = "memory/private/lnkp/conn_type";
 
-TEST_F(DeviceQueriesTest, ConnectedNeedsBluetoothAndTheCompanionManager)
+TEST_F(DeviceQueriesTest, CompanionNeedsBluetoothAndItsManagerToBeConnectedAndToGetUpdates)
 {
 	EXPECT_FALSE(ZonSyncUtil::isBtConnected());
 	EXPECT_TRUE(zon_host_log_contains("vconf_get_int(VCONFKEY_LNKP_CONNECTIVITY_TYPE FAILED"));
@@ -146,10 +146,8 @@ TEST_F(DeviceQueriesTest, ConnectedNeedsBluetoothAndTheCompanionManager)
 		ASSERT_EQ(0, zon_host_set_companion_connection(bt, manager));
 		EXPECT_EQ(connected, ZonSyncUtil::isBtConnected()) << bt << manager;
 	}
-}
 
-TEST_F(DeviceQueriesTest, WatchUpdateReachesTheCompanionOnlyWhenConnected)
-{
+	// The watch-update request reaches the companion only when it is connected.
 	ASSERT_EQ(0, zon_host_install_companion());
 	ZonSyncUtil::requestWatchUpdate();
 	ASSERT_EQ(0, zon_host_set_companion_connection(true, false));
@@ -176,55 +174,25 @@ TEST_F(DeviceQueriesTest, WatchUpdateReachesTheCompanionOnlyWhenConnected)
 		("app_control_send_launch_request failed(" + std::to_string(APP_CONTROL_ERROR_APP_NOT_FOUND) + ")").c_str()));
 }
 
-const char kColors[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-						"<color_table><color id=\"B011\" rgba=\"#FAFAFA80\"/></color_table>\n";
-
-const char kFonts[] = "<font_table>\n  <font id=\"T011\" style=\"Condensed\" size=\"30\"/>\n</font_table>\n";
-
-class DeviceThemeTest : public HostFixture {
-protected:
-	void SetUp() override
-	{
-		HostFixture::SetUp();
-		sharedRes = takeText(app_get_shared_resource_path());
-		ASSERT_NE("<null>", sharedRes);
-		mkdir((sharedRes + "tables").c_str(), 0755);
-		baseline = zon_host_theme_table_count();
-	}
-
-	void TearDown() override
-	{
-		zonUtilDetachChangeableColors();
-		zonUtilDetachChangeableFonts();
-		EXPECT_EQ(baseline, zon_host_theme_table_count()) << "the library lost a table";
-		HostFixture::TearDown();
-	}
-
-	// Writes a table file under the shared resource directory and returns its relative path.
-	std::string writeTable(const char* name, const std::string& content)
-	{
-		std::string relative = std::string("tables/") + name;
-		std::ofstream(sharedRes + relative) << content;
-		return relative;
-	}
-
-
-	std::string sharedRes;
-	// Tables left loaded by earlier tests of this process.
-	int baseline = 0;
-};
-
-TEST_F(DeviceThemeTest, InitialisationIsSharedByColoursAndFontsAndAMalformedFileIsLogged)
+// Theme state belongs to the process: the test leaves both tables detached, as it found them.
+TEST_F(DeviceQueriesTest, ThemeInitialisationIsSharedByColoursAndFontsAndAMalformedFileIsLogged)
 {
+	const std::string tables = takeText(app_get_shared_resource_path()) + "tables";
+	ASSERT_EQ(0, mkdir(tables.c_str(), 0755));
+	std::ofstream(tables + "/colors.xml") << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+										   "<color_table><color id=\"B011\" rgba=\"#FAFAFA80\"/></color_table>\n";
+	std::ofstream(tables + "/fonts.xml") << "<font_table>\n  <font id=\"T011\" style=\"Condensed\" size=\"30\"/>\n</font_table>\n";
+	std::ofstream(tables + "/bad.xml") << "<color_table><color id=\"A\" rgba=\"#FF0000\"/><color id=\"A\" rgba=\"#00FF00\"/>";
+	const char *colors = "tables/colors.xml", *fonts = "tables/fonts.xml";
+	// Tables left loaded by earlier tests of this process.
+	const int baseline = zon_host_theme_table_count();
 	uxt_theme_set_style(5);
-	std::string colors = writeTable("colors.xml", kColors);
-	std::string fonts = writeTable("fonts.xml", kFonts);
-	zonUtilAttachChangeableColors(colors.c_str());
+	zonUtilAttachChangeableColors(colors);
 	EXPECT_TRUE(zon_host_theme_changeable_ui_enabled());
 	EXPECT_EQ(UXT_THEME_STYLE_DEFAULT, zon_host_theme_style());
 	EXPECT_TRUE(zon_host_theme_color("B011", nullptr, nullptr, nullptr, nullptr));
-	zonUtilAttachChangeableColors(colors.c_str()); // the earlier table is deleted, not leaked
-	zonUtilAttachChangeableFonts(fonts.c_str());
+	zonUtilAttachChangeableColors(colors); // the earlier table is deleted, not leaked
+	zonUtilAttachChangeableFonts(fonts);
 	EXPECT_EQ(baseline + 2, zon_host_theme_table_count());
 
 	// With fonts still attached the changeable UI stays initialised: no style is re-selected.
@@ -232,7 +200,7 @@ TEST_F(DeviceThemeTest, InitialisationIsSharedByColoursAndFontsAndAMalformedFile
 	EXPECT_FALSE(zon_host_theme_color("B011", nullptr, nullptr, nullptr, nullptr));
 	EXPECT_TRUE(zon_host_theme_font("T011", nullptr, nullptr));
 	uxt_theme_set_style(3);
-	zonUtilAttachChangeableColors(colors.c_str());
+	zonUtilAttachChangeableColors(colors);
 	EXPECT_EQ(3, zon_host_theme_style());
 
 	// Both detached: the next attach initialises again. Detaching never switches the UI off.
@@ -242,15 +210,17 @@ TEST_F(DeviceThemeTest, InitialisationIsSharedByColoursAndFontsAndAMalformedFile
 	EXPECT_TRUE(zon_host_theme_changeable_ui_enabled());
 	zonUtilDetachChangeableColors();
 	EXPECT_FALSE(zon_host_log_contains("delete_color_table failed")) << "nothing to delete";
-	zonUtilAttachChangeableFonts(fonts.c_str());
+	zonUtilAttachChangeableFonts(fonts);
 	EXPECT_EQ(UXT_THEME_STYLE_DEFAULT, zon_host_theme_style());
 
 	// A malformed file is logged when applied, and leaves no colour table beside the fonts'.
-	zonUtilAttachChangeableColors(
-		writeTable("bad.xml", "<color_table><color id=\"A\" rgba=\"#FF0000\"/><color id=\"A\" rgba=\"#00FF00\"/>").c_str());
+	zonUtilAttachChangeableColors("tables/bad.xml");
 	EXPECT_TRUE(zon_host_log_contains(
 		("uxt_theme_set_color_table failed.(" + std::to_string(UXT_THEME_ERROR_INVALID_PARAMETER) + ")").c_str()));
 	EXPECT_EQ(baseline + 1, zon_host_theme_table_count());
+	zonUtilDetachChangeableColors();
+	zonUtilDetachChangeableFonts();
+	EXPECT_EQ(baseline, zon_host_theme_table_count()) << "the library lost a table";
 }
 
 } // namespace

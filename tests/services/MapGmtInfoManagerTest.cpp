@@ -43,7 +43,7 @@ protected:
 	ZonMapGmtInfoManager* map = nullptr;
 };
 
-TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsAndWrapAround)
+TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsWrapAroundAndAreFoundByGmtText)
 {
 	ASSERT_EQ(29, map->size());
 	selectBand(20);
@@ -68,28 +68,8 @@ TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsAndWrap
 	EXPECT_EQ("WDS_ZON_HEADER_GMTPLUS05_C45_ABB", map->getFormattedGmtOfCityinfo("GMT+5:45"));
 	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT-4:30"));
 	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT+14"));
-}
 
-TEST_F(MapGmtInfoManagerTest, ScrollPositionPicksTheNearestLeftEdge)
-{
-	// Every position of the map against the nearest edge worked out over all bands: ties go to
-	// the lower band (21 lies 8 from 13 and 29), and off the map on either side is the last band.
-	for (int x = -5; x <= 900; ++x) {
-		const bool onMap = x >= 0 && x <= kStarts.back();
-		int nearest = onMap ? 0 : 28;
-		for (int i = 1; onMap && i < 29; ++i) {
-			if (abs(kStarts[i] - x) < abs(kStarts[nearest] - x))
-				nearest = i;
-		}
-		EXPECT_EQ(kStarts[nearest], map->getDetailedPosX(x)) << "posX " << x;
-		selectBand(3);
-		map->updateIndexOnScroll(x);
-		EXPECT_EQ(nearest, currentBand()) << "posX " << x;
-	}
-}
-
-TEST_F(MapGmtInfoManagerTest, GmtTextSelectsItsBandOrTheWholeHourNearerToZero)
-{
+	// A GMT text selects its band, or the whole hour nearer to zero.
 	const std::pair<const char*, int> cases[] = {
 		{"GMT+9:30", 24}, {"GMT-4:30", 7}, {"GMT-3:30", 8}, {"GMT+6:30", 21}, {"GMT+5:45", 20},
 		{"GMT-11", 0}, {"GMT+13", 28},
@@ -109,6 +89,24 @@ TEST_F(MapGmtInfoManagerTest, GmtTextSelectsItsBandOrTheWholeHourNearerToZero)
 	map->getDetailedPosX(370);
 	EXPECT_EQ(1u, zon_host_log_count_matching("_gmtIndex : 3"));
 	EXPECT_EQ(1u, zon_host_log_count_matching("_gmtIndex : 12"));
+}
+
+TEST_F(MapGmtInfoManagerTest, ScrollPositionPicksTheNearestLeftEdge)
+{
+	// Every position of the map against the nearest edge worked out over all bands: ties go to
+	// the lower band (21 lies 8 from 13 and 29), and off the map on either side is the last band.
+	for (int x = -5; x <= 900; ++x) {
+		const bool onMap = x >= 0 && x <= kStarts.back();
+		int nearest = onMap ? 0 : 28;
+		for (int i = 1; onMap && i < 29; ++i) {
+			if (abs(kStarts[i] - x) < abs(kStarts[nearest] - x))
+				nearest = i;
+		}
+		EXPECT_EQ(kStarts[nearest], map->getDetailedPosX(x)) << "posX " << x;
+		selectBand(3);
+		map->updateIndexOnScroll(x);
+		EXPECT_EQ(nearest, currentBand()) << "posX " << x;
+	}
 }
 
 // ---- construction, each in a new process ----
