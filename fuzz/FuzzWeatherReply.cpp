@@ -77,8 +77,7 @@ bundle* buildMessage(const uint8_t* data, size_t size)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-	static const bool setUp = setUpOnce();
-	(void)setUp;
+	[[maybe_unused]] static const bool setUp = setUpOnce();
 	bool requestFirst = size > 0 && (data[0] & 1);
 
 	ZonDBManager::getInstance()->updateWeatherInfo(kBeijing, CLOUDY, 20, true, 123);

@@ -109,7 +109,7 @@ TEST_F(SignalReentrancy, RemovalOfSelfAndOthersDuringEmissionKeepsTheIdOrder)
 	EXPECT_EQ((Trace{"c0", "e0", "f0", "g0"}), fire(0));
 }
 
-TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEvent)
+TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEventEvenWhenNested)
 {
 	WSignal_ListenerId added = 0;
 	add("adder", [&](int event) {
@@ -142,10 +142,9 @@ TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEvent)
 	add("skipped");
 	EXPECT_EQ((Trace{"clear1"}), fire(1));
 	EXPECT_EQ((Trace{"afterClear2"}), fire(2));
-}
 
-TEST_F(SignalReentrancy, NestedEmissionDefersBookkeepingToTheOutermost)
-{
+	// A nested emission defers its bookkeeping to the outermost one.
+	signal.removeAllListeners();
 	WSignal_ListenerId victim = 0;
 	add("nest", [&](int event) {
 		if (event == 1)
@@ -165,7 +164,7 @@ TEST_F(SignalReentrancy, NestedEmissionDefersBookkeepingToTheOutermost)
 	EXPECT_EQ((Trace{"nest3", "mid3", "tail3", "inner3"}), fire(3));
 }
 
-TEST_F(SignalReentrancy, DestroyedByItsOwnListener)
+TEST_F(SignalReentrancy, DestroyedByOrThrowingFromItsOwnListenerStillEndsTheEmission)
 {
 	for (int depth : {1, 2}) {
 		SCOPED_TRACE(depth == 1 ? "plain emission" : "nested emission");
@@ -188,10 +187,8 @@ TEST_F(SignalReentrancy, DestroyedByItsOwnListener)
 		EXPECT_TRUE(watch.expired());
 		EXPECT_EQ(depth == 1 ? (Trace{"nest1", "killer1"}) : (Trace{"nest1", "nest2", "killer2"}), seen);
 	}
-}
 
-TEST_F(SignalReentrancy, ThrowingListenerStillEndsTheEmission)
-{
+	// A throwing listener still ends the emission.
 	WSignal_ListenerId removed = 0, added = 0;
 	add("a", [&](int event) {
 		if (event == 1) {
