@@ -11,13 +11,11 @@
 #include <tuple>
 #include <vector>
 
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <app_common.h>
 #include <app_preference.h>
 #include <vconf.h>
-#include <zon-host/zon_host.h>
 #include <zon_platform.h>
 
 #include "HostFixture.h"

@@ -6,9 +6,7 @@
 #include <list>
 #include <string>
 
-#include <gtest/gtest.h>
 #include <json-glib/json-glib.h>
-#include <zon-host/zon_host.h>
 
 #include "JsonFixture.h"
 #include "ZonJsonBuilder.h"
@@ -200,6 +198,5 @@ TEST_F(ZonJsonObjectTest, BuilderWritesCompactTextAndCopiesShare)
 	assigned.getJsonMessage(assignedMessage);
 	EXPECT_EQ(message, assignedMessage);
 }
-
 
 }

@@ -7,9 +7,7 @@
 #include <string>
 
 #include <dlog.h>
-#include <gtest/gtest.h>
 #include <json-glib/json-glib.h>
-#include <zon-host/zon_host.h>
 
 #include "JsonFixture.h"
 #include "ZonJsonParser.h"

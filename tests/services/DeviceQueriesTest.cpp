@@ -9,8 +9,6 @@
 #include <tuple>
 #include <utility>
 
-#include <gtest/gtest.h>
-
 #include <app_common.h>
 #include <app_control.h>
 #include <app_preference.h>
@@ -18,7 +16,6 @@
 #include <system_info.h>
 #include <uxt_theme.h>
 #include <vconf.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 #include "ZonSyncUtil.h"

@@ -3,11 +3,8 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include <dlog.h>
 #include <korvath_log_manager.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 #include "KorvathLogManager.h"

@@ -10,10 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include <zon-host/zon_host.h>
-
 #include "HostFixture.h"
 #include "ZonMapGmtInfoManager.h"
 
@@ -168,6 +164,5 @@ TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLinkWithOrWithoutResources)
 		},
 		::testing::ExitedWithCode(0), "start=549 image=images/zonvista_dot_image/zonvista_dot_gmt_plus_5.75.png;");
 }
-
 
 } // namespace
