@@ -61,19 +61,14 @@ protected:
 	void SetUp() override { HostFixture::SetUp(); db = ZonDBManager::getInstance(); }
 	void TearDown() override { db->finalize(); HostFixture::TearDown(); }
 	void open() { db->initialize(); zon_host_log_clear(); }
-	Names list(bool external = false)
+	// Each listed city by its English name or, in detail, as "<catalogue id> <row id> <zone>".
+	Names list(bool external = false, bool detail = false)
 	{
 		Names result;
-		for (const Cityinfo& city : db->getAllCityList(external))
-			result.push_back(city.cityname_eng);
-		return result;
-	}
-	// (catalogue id, row id, zone) of each listed city.
-	std::vector<std::tuple<int, int, std::string>> rows(bool external = false)
-	{
-		std::vector<std::tuple<int, int, std::string>> result;
-		for (const Cityinfo& city : db->getAllCityList(external))
-			result.emplace_back(city.id, city.dbId, city.timezone_path);
+		for (const Cityinfo& c : db->getAllCityList(external)) {
+			result.push_back(detail ? std::to_string(c.id) + " " + std::to_string(c.dbId) + " " + c.timezone_path
+									: c.cityname_eng);
+		}
 		return result;
 	}
 	// (result, type, temperature, centigrade, updated); untouched out-values read -1 and true.
@@ -234,9 +229,9 @@ TEST_F(CityDatabase, ListsKeepInsertionOrderStaySeparateAndMatchTheCatalogueById
 	db->insert(154, "Kingston ", false);
 	db->insert(153, "Kingston", false); // without the catalogue's trailing blank
 
-	EXPECT_EQ((decltype(rows()){{299, 1, "Asia/Tokyo"}, {39, 2, "Europe/Berlin"}, {299, 3, "Asia/Tokyo"},
-				  {283, 5, "America/St_Johns"}, {154, 8, "America/Jamaica"}}),
-		rows());
+	EXPECT_EQ((Names{"299 1 Asia/Tokyo", "39 2 Europe/Berlin", "299 3 Asia/Tokyo", "283 5 America/St_Johns",
+				  "154 8 America/Jamaica"}),
+		list(false, true));
 	const std::vector<Cityinfo>& main = db->getAllCityList(false);
 	// A listed city is the whole catalogue record, weather fields zero.
 	EXPECT_EQ(std::make_tuple(39, catalogue(39).chinese_index, std::string("Berlin"),
@@ -260,7 +255,7 @@ TEST_F(CityDatabase, WeatherIsSharedByBothListsUpdateReplacesInPlaceRemoveMatche
 	EXPECT_EQ(std::make_tuple(true, 0, 0, false, 0), weather(39));
 
 	db->update(299, 331, std::string("Zurich"));
-	EXPECT_EQ((decltype(rows()){{331, 1, "Europe/Zurich"}, {39, 2, "Europe/Berlin"}}), rows());
+	EXPECT_EQ((Names{"331 1 Europe/Zurich", "39 2 Europe/Berlin"}), list(false, true));
 	EXPECT_EQ((Rows{{"331", "0", "0", "0", "0"}, {"299", "12", "-3", "1", "1700000000"}}),
 		sql("SELECT city_id, weather_type, temparature, is_centigrade, last_update_time FROM added_city2 "
 			"WHERE city_id != 39;"));

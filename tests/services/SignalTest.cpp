@@ -20,10 +20,12 @@ using app_trellis::WSignal;
 using Signal = WSignal<void(int)>;
 using Trace = std::vector<std::string>;
 using Action = std::function<void(int)>;
+using Event = AppEventManager::EventType;
 
 namespace {
 
-// A listener that records "<name><event>" into the trace, then runs an optional action.
+// A listener that records "<name><event>" into the trace, then runs an optional action; the
+// event hub's listener objects record the same way.
 Signal::Callback recorder(Trace& trace, const std::string& name, Action action = nullptr)
 {
 	return [&trace, name, action](int event) {
@@ -32,6 +34,16 @@ Signal::Callback recorder(Trace& trace, const std::string& name, Action action =
 			action(event);
 	};
 }
+
+class NamedListener : public AppEventListener {
+public:
+	NamedListener(Trace& log, std::string name) : _log(&log), _name(std::move(name)) {}
+	void onEvent(Event event) override { _log->push_back(_name + std::to_string(event)); }
+
+private:
+	Trace* _log;
+	std::string _name;
+};
 
 bool loggedAlreadyRemoved(WSignal_ListenerId id)
 {
@@ -310,27 +322,10 @@ TEST_F(SignalObjectBinding, ListenersSignalsAndTheirObjectsLetGoOfEachOther)
 	EXPECT_EQ(0, signal.getListenerCount());
 }
 
-using Events = std::vector<std::string>;
-using Event = AppEventManager::EventType;
-
-namespace {
-
-class NamedListener : public AppEventListener {
-public:
-	NamedListener(Events& log, std::string name) : _log(&log), _name(std::move(name)) {}
-	void onEvent(Event event) override { _log->push_back(_name + std::to_string(event)); }
-
-private:
-	Events* _log;
-	std::string _name;
-};
-
-}
-
 class AppEventHub : public HostFixture {
 protected:
 	AppEventManager* hub = AppEventManager::getInstance();
-	Events log;
+	Trace log;
 };
 
 TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistrationAndCopies)
@@ -340,12 +335,12 @@ TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistrationAndCopies)
 		NamedListener object(log, "obj");
 		WSignal_ListenerId last = hub->addListener([&](Event e) { log.push_back("last" + std::to_string(e)); });
 		hub->propagateEvent(AppEventManager::WEATHER_PACKAGE_STATE_CHANGED);
-		EXPECT_EQ((Events{"fn7", "obj7", "last7"}), log);
+		EXPECT_EQ((Trace{"fn7", "obj7", "last7"}), log);
 		hub->removeListener(last);
 	}
 	log.clear();
 	hub->propagateEvent(AppEventManager::FONT_CHANGED);
-	EXPECT_EQ((Events{"fn0"}), log);
+	EXPECT_EQ((Trace{"fn0"}), log);
 	hub->removeListener(first);
 	log.clear();
 
@@ -356,6 +351,6 @@ TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistrationAndCopies)
 	assigned = copy;
 	original.reset();
 	hub->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
-	EXPECT_EQ((Events{"a3", "a3"}), log);
+	EXPECT_EQ((Trace{"a3", "a3"}), log);
 	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
 }
