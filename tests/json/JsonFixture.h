@@ -13,19 +13,16 @@
 #define ZON_TESTS_JSON_FIXTURE_H
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <glib.h>
 
 #include "HostFixture.h"
 
-template <class T> struct NotDeduced {
-	using type = T;
-};
-
 template <class Object, class Value>
 Value fetch(Object& object, void (Object::*getter)(const std::string&, Value&), const std::string& name,
-	typename NotDeduced<Value>::type start = Value())
+	std::common_type_t<Value> start = Value())
 {
 	(object.*getter)(name, start);
 	return start;

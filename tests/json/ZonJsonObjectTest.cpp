@@ -40,21 +40,14 @@ TEST_F(ZonJsonObjectTest, AbsentMembersLeaveEveryOutParameterAloneAndAnEmptyWrap
 	ZonJsonObject present = fresh();
 	present.addIntegerMember("other", 1);
 	for (ZonJsonObject* object : {&empty, &present}) {
-		std::string s = "default";
-		int i = -7;
-		bool b = true;
-		unsigned long long u = 42;
-		ZonJsonObject o = sentinel;
-		std::list<ZonJsonObject> l(1, sentinel);
 		EXPECT_FALSE(object->hasMember("missing"));
-		object->getStringValue("missing", s);
-		object->getIntegerValue("missing", i);
-		object->getBooleanValue("missing", b);
-		object->getUnsignedLongLongValue("missing", u);
-		object->getObjectValue("missing", o);
-		object->getArrayObject("missing", l);
-		EXPECT_TRUE(s == "default" && i == -7 && b && u == 42);
-		EXPECT_EQ(sentinel.getJsonObject(), o.getJsonObject());
+		EXPECT_EQ("default", fetch(*object, &ZonJsonObject::getStringValue, "missing", "default"));
+		EXPECT_EQ(-7, fetch(*object, &ZonJsonObject::getIntegerValue, "missing", -7));
+		EXPECT_TRUE(fetch(*object, &ZonJsonObject::getBooleanValue, "missing", true));
+		EXPECT_EQ(42u, fetch(*object, &ZonJsonObject::getUnsignedLongLongValue, "missing", 42));
+		EXPECT_EQ(sentinel.getJsonObject(),
+			fetch(*object, &ZonJsonObject::getObjectValue, "missing", sentinel).getJsonObject());
+		std::list<ZonJsonObject> l = fetch(*object, &ZonJsonObject::getArrayObject, "missing", {sentinel});
 		EXPECT_TRUE(l.size() == 1 && l.front().getJsonObject() == sentinel.getJsonObject());
 	}
 	std::string untouched = "untouched";
@@ -78,9 +71,7 @@ TEST_F(ZonJsonObjectTest, MistypedMembersReadAsJsonGlibAnswers)
 		<< "JSON-GLib's null string must not reach std::string";
 	EXPECT_EQ(0, fetch(object, &ZonJsonObject::getIntegerValue, "text", -1));
 
-	ZonJsonObject o = fresh();
-	object.getObjectValue("number", o);
-	EXPECT_EQ(nullptr, o.getJsonObject());
+	EXPECT_EQ(nullptr, fetch(object, &ZonJsonObject::getObjectValue, "number", fresh()).getJsonObject());
 
 	std::list<ZonJsonObject> l(2);
 	object.getArrayObject("number", l);
