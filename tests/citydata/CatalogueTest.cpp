@@ -21,6 +21,7 @@
 #include <memory>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <strings.h>
 #include <system_error>
@@ -31,7 +32,6 @@
 
 namespace {
 
-constexpr int kCityCount = 331;
 const std::string kZoneDir = "/usr/share/zoneinfo/";
 
 const Cityinfo& city(int id) { return allCityList[id - 1]; }
@@ -85,13 +85,13 @@ double gmtOffsetHours(const char* text)
 
 TEST(CatalogueInvariant, IdsRunInRowOrderWithOnePointEachAndNamesAscendExceptStPierreBeforeStJohns)
 {
-	static_assert(ZON_CITY_COUNT == kCityCount, "the catalogue has 331 cities");
+	static_assert(ZON_CITY_COUNT == 331, "the catalogue has 331 cities");
 	static_assert(ZON_CITY_POINT_COUNT == ZON_CITY_COUNT, "one coordinate pair per catalogue city");
-	ASSERT_EQ(kCityCount, static_cast<int>(std::size(allCityList)));
-	ASSERT_EQ(kCityCount, static_cast<int>(std::size(allCityPoints)));
+	ASSERT_EQ(ZON_CITY_COUNT, static_cast<int>(std::size(allCityList)));
+	ASSERT_EQ(ZON_CITY_COUNT, static_cast<int>(std::size(allCityPoints)));
 	std::vector<int> descents;
 	std::map<std::string, int> owner;
-	for (int id = 1; id <= kCityCount; ++id) {
+	for (int id = 1; id <= ZON_CITY_COUNT; ++id) {
 		EXPECT_EQ(id, city(id).id) << "row " << id - 1;
 		if (id > 1 && strcasecmp(city(id - 1).cityname_eng, city(id).cityname_eng) > 0)
 			descents.push_back(id);
@@ -162,14 +162,14 @@ TEST(CatalogueInvariant, ChineseIndexIsTheZhCollationRankOfTheChineseNames)
 		if (!line.empty() && line[0] != '#')
 			names.push_back(line.substr(line.rfind('\t') + 1));
 	}
-	ASSERT_EQ(static_cast<size_t>(kCityCount), names.size());
+	ASSERT_EQ(static_cast<size_t>(ZON_CITY_COUNT), names.size());
 
 	UErrorCode status = U_ZERO_ERROR;
 	std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(icu::Locale("zh"), status));
 	ASSERT_TRUE(U_SUCCESS(status) && status != U_USING_DEFAULT_WARNING) << u_errorName(status);
-	for (int i = 0; i < kCityCount; ++i) {
+	for (int i = 0; i < ZON_CITY_COUNT; ++i) {
 		int rank = 1;
-		for (int j = 0; j < kCityCount; ++j) {
+		for (int j = 0; j < ZON_CITY_COUNT; ++j) {
 			UCollationResult order = collator->compareUTF8(names[j], names[i], status);
 			if (order == UCOL_LESS || (order == UCOL_EQUAL && j < i))
 				++rank;
@@ -277,10 +277,9 @@ TEST(CatalogueInvariant, PrincipalLocationsAgreeWithTheSystemZoneTable)
 	for (std::string line; std::getline(in, line);) {
 		if (line.empty() || line[0] == '#')
 			continue;
-		size_t tab1 = line.find('\t'), tab2 = line.find('\t', tab1 + 1);
-		ASSERT_NE(std::string::npos, tab2) << line;
-		std::string coordinates = line.substr(tab1 + 1, tab2 - tab1 - 1);
-		std::string zone = line.substr(tab2 + 1, line.find('\t', tab2 + 1) - tab2 - 1);
+		std::istringstream fields(line);
+		std::string codes, coordinates, zone;
+		ASSERT_TRUE(fields >> codes >> coordinates >> zone) << line;
 		size_t split = coordinates.find_first_of("+-", 1);
 		ASSERT_TRUE(split == 5 || split == 7) << line;
 		byExemplar.emplace(comparable(zone.substr(zone.rfind('/') + 1)),
