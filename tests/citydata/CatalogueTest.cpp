@@ -83,41 +83,16 @@ double gmtOffsetHours(const char* text)
 
 } // namespace
 
-TEST(CatalogueInvariant, IdsRunInRowOrderWithOnePointEachAndNamesAscendExceptStPierreBeforeStJohns)
+// Civil time follows the sun: standard time stays within about two hours of the local mean time
+// of every city (western China is the farthest off). A longitude with the wrong sign, or a row
+// shifted against the catalogue, lands far outside that. The old POSIX-style and renamed zone ids
+// ("EST5EDT", "Asia/Rangoon", "America/Godthab") are kept as the table has them; ICU knows them.
+TEST(CatalogueInvariant, RowsRunInIdOrderWithCleanKeysAKnownZoneAndAPointTheGmtTextAgreesWith)
 {
 	static_assert(ZON_CITY_COUNT == 331, "the catalogue has 331 cities");
 	static_assert(ZON_CITY_POINT_COUNT == ZON_CITY_COUNT, "one coordinate pair per catalogue city");
 	ASSERT_EQ(ZON_CITY_COUNT, static_cast<int>(std::size(allCityList)));
 	ASSERT_EQ(ZON_CITY_COUNT, static_cast<int>(std::size(allCityPoints)));
-	std::vector<int> descents;
-	std::map<std::string, int> owner;
-	for (int id = 1; id <= ZON_CITY_COUNT; ++id) {
-		EXPECT_EQ(id, city(id).id) << "row " << id - 1;
-		if (id > 1 && strcasecmp(city(id - 1).cityname_eng, city(id).cityname_eng) > 0)
-			descents.push_back(id);
-		EXPECT_TRUE(std::fabs(latitude(id)) <= 90.0 && std::fabs(longitude(id)) <= 180.0) << "id " << id;
-		// A row dropped from the initialiser would silently become a zero pair.
-		EXPECT_FALSE(latitude(id) == 0.0 && longitude(id) == 0.0) << "id " << id;
-		auto inserted = owner.emplace(latitudeKey(id), id);
-		EXPECT_TRUE(inserted.second) << "ids " << id << " and " << inserted.first->second
-									 << " both request weather as latitude " << inserted.first->first;
-	}
-	EXPECT_EQ(std::vector<int>{282}, descents);
-	EXPECT_STREQ("St. Pierre and Miquelon", city(281).cityname_eng);
-
-	// Stored rows match names byte for byte, so the capitals of "OSAKA" must survive.
-	EXPECT_EQ(std::vector<int>{224}, idsWhere([](const Cityinfo& c) {
-		return std::regex_match(c.cityname_eng, std::regex("[^a-z]+"));
-	}));
-	EXPECT_STREQ("OSAKA", city(224).cityname_eng);
-}
-
-// Civil time follows the sun: standard time stays within about two hours of the local mean time
-// of every city (western China is the farthest off). A longitude with the wrong sign, or a row
-// shifted against the catalogue, lands far outside that. The old POSIX-style and renamed zone ids
-// ("EST5EDT", "Asia/Rangoon", "America/Godthab") are kept as the table has them; ICU knows them.
-TEST(CatalogueInvariant, EveryRowHasCleanKeysAKnownZoneAndAGmtTextTheSunAgreesWith)
-{
 	EXPECT_EQ((std::vector<int>{54, 91, 153, 154}),
 		idsWhere([](const Cityinfo& c) { return std::regex_match(c.cityname_eng, std::regex(".* ")); }));
 	// Not empty, no stray blanks (but those four), and string ids are translation keys.
@@ -126,9 +101,23 @@ TEST(CatalogueInvariant, EveryRowHasCleanKeysAKnownZoneAndAGmtTextTheSunAgreesWi
 	// Sign, whole hours without a leading zero, optional ":30" or ":45".
 	const std::regex gmt("GMT[+-]([0-9]|1[0-4])(:30|:45)?");
 	const icu::UnicodeString unknown(UCAL_UNKNOWN_ZONE_ID, -1, US_INV);
-	std::map<std::string, int> fractional;
+	std::map<std::string, int> fractional, owner;
+	std::vector<int> descents;
 	for (const Cityinfo& c : allCityList) {
-		SCOPED_TRACE("id " + std::to_string(c.id));
+		const int id = static_cast<int>(&c - allCityList) + 1;
+		SCOPED_TRACE("row of id " + std::to_string(id));
+		EXPECT_EQ(id, c.id);
+		if (id > 1 && strcasecmp(city(id - 1).cityname_eng, c.cityname_eng) > 0)
+			descents.push_back(id);
+		EXPECT_TRUE(std::fabs(latitude(id)) <= 90.0 && std::fabs(longitude(id)) <= 180.0);
+		// A row dropped from the initialiser would silently become a zero pair.
+		EXPECT_FALSE(latitude(id) == 0.0 && longitude(id) == 0.0);
+		auto inserted = owner.emplace(latitudeKey(id), id);
+		EXPECT_TRUE(inserted.second) << "ids " << id << " and " << inserted.first->second
+									 << " both request weather as latitude " << inserted.first->first;
+		// Run-time state starts empty.
+		EXPECT_TRUE(!c.cityname_translated && !c.compare_name && !c.dbId && !c.checkIcon && !c.isChecked &&
+			!c.currentTemperature && !c.isCentegrade && c.currentWeatherType == UNDEFINED_WEATHER);
 		for (const char* text : {c.cityname_string, c.cityname_eng, c.country_string, c.country_name, c.timezone,
 				 c.timezone_path}) {
 			ASSERT_NE(nullptr, std::memchr(text, '\0', CITYINFO_TEXT_SIZE));
@@ -140,12 +129,19 @@ TEST(CatalogueInvariant, EveryRowHasCleanKeysAKnownZoneAndAGmtTextTheSunAgreesWi
 		if (std::strchr(c.timezone, ':'))
 			++fractional[c.timezone];
 		std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(c.timezone_path)));
-		icu::UnicodeString id;
-		EXPECT_NE(unknown, zone->getID(id)) << '"' << c.timezone_path << '"';
+		icu::UnicodeString zoneId;
+		EXPECT_NE(unknown, zone->getID(zoneId)) << '"' << c.timezone_path << '"';
 		double apart = std::remainder(gmtOffsetHours(c.timezone) - longitude(c.id) / 15.0, 24.0);
 		EXPECT_LE(std::fabs(apart), 3.0) << c.cityname_eng << " at longitude " << longitude(c.id) << " is " << apart
 										 << " h from " << c.timezone;
 	}
+	EXPECT_EQ(std::vector<int>{282}, descents);
+	EXPECT_STREQ("St. Pierre and Miquelon", city(281).cityname_eng);
+	// Stored rows match names byte for byte, so the capitals of "OSAKA" must survive.
+	EXPECT_EQ(std::vector<int>{224}, idsWhere([](const Cityinfo& c) {
+		return std::regex_match(c.cityname_eng, std::regex("[^a-z]+"));
+	}));
+	EXPECT_STREQ("OSAKA", city(224).cityname_eng);
 	EXPECT_EQ((std::map<std::string, int>{{"GMT+5:30", 7}, {"GMT+9:30", 2}, {"GMT-3:30", 2}, {"GMT+4:30", 1},
 				  {"GMT+5:45", 1}, {"GMT+3:30", 1}, {"GMT+6:30", 1}}),
 		fractional);
@@ -216,12 +212,6 @@ TEST(CatalogueInvariant, TellingRowsAndTheirCoordinatesAreExact)
 		EXPECT_EQ(std::make_pair(p.latitude, p.longitude), std::make_pair(latitude(p.id), longitude(p.id))) << p.id;
 	EXPECT_EQ("5.348542", latitudeKey(1));
 	EXPECT_EQ("37.757700", latitudeKey(261));
-	// Run-time state starts empty in every record.
-	for (const Cityinfo& c : allCityList) {
-		EXPECT_TRUE(!c.cityname_translated && !c.compare_name && !c.dbId && !c.checkIcon && !c.isChecked &&
-			!c.currentTemperature && !c.isCentegrade && c.currentWeatherType == UNDEFINED_WEATHER)
-			<< "id " << c.id;
-	}
 }
 
 TEST(CatalogueInvariant, IrregularStringIdsAndCountryKeysAreKeptAndStJohnsIsTwoCities)
