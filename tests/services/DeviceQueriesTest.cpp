@@ -74,7 +74,7 @@ TEST_F(DeviceQueriesTest, RegionDirectionComparesTwoBytesCountryAndThemeCompareE
 	EXPECT_TRUE(zonUtilIsVorelDevice());
 }
 
-TEST_F(DeviceQueriesTest, BezelFromFeaturesAndTheUserSetting)
+TEST_F(DeviceQueriesTest, BezelFromFeaturesAndTheUserSettingPackagesFromThePackageManager)
 {
 	EXPECT_FALSE(zonUtilHasBezel());
 	EXPECT_FALSE(zonUtilHasPhysicalBezel());
@@ -95,10 +95,8 @@ TEST_F(DeviceQueriesTest, BezelFromFeaturesAndTheUserSetting)
 	// A failed read of the virtual-bezel feature makes a virtual bezel look physical.
 	zon_host_fault_inject("system_info_get_platform_bool", 2, SYSTEM_INFO_ERROR_IO_ERROR);
 	EXPECT_TRUE(zonUtilHasPhysicalBezel());
-}
 
-TEST_F(DeviceQueriesTest, PackagesPreloadFlagAndTheWeatherPackageState)
-{
+	// Packages: the preload flag and the weather package's state.
 	size_t handles = zon_host_package_info_live();
 	EXPECT_TRUE(zonUtilIsPkgPreloaded(ZON_HOST_WEATHER_PACKAGE_ID)) << "a watch comes with it";
 	EXPECT_FALSE(zonUtilIsPkgPreloaded("korvath.nothing"));

@@ -244,7 +244,7 @@ protected:
 	Evas_Object* rectangle() { return evas_object_rectangle_add(evas()); }
 };
 
-TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmission)
+TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmissionOrOutsideAndListenersAndSignalsLetGoOfThem)
 {
 	Evas_Object *own = button(), *later = rectangle(), *earlier = rectangle();
 	add("earlier", nullptr, earlier);
@@ -274,10 +274,10 @@ TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmission)
 	EXPECT_EQ((Trace{"tail3", "adder3"}), fire(3));
 	EXPECT_EQ((Trace{"tail4", "adder4"}), fire(4));
 	EXPECT_EQ(2, signal.getListenerCount());
-}
 
-TEST_F(SignalObjectBinding, ListenersSignalsAndTheirObjectsLetGoOfEachOther)
-{
+	// Listeners, signals and their objects let go of each other.
+	signal.removeAllListeners();
+	zon_host_log_clear();
 	Evas_Object* shared = button();
 	add("free");
 	WSignal_ListenerId first = add("first", nullptr, shared);
