@@ -104,39 +104,27 @@ TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsWrapAro
 
 // ---- construction, each in a new process ----
 
-class MapDeviceBandTest : public MapGmtInfoManagerTest {
-protected:
-	void SetUp() override
-	{
-		GTEST_FLAG_SET(death_test_style, "threadsafe");
-		HostFixture::SetUp();
-		// Error lines of the child go to its standard error, where the expectation reads them.
-		setEnv("ZON_HOST_LOG", nullptr);
-		link = rootPath("fs/opt/etc/localtime");
-		zon_host_root(); // a new device gets its link here
-	}
+using MapDeviceBandTest = HostFixture;
 
+TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLinkWithOrWithoutResources)
+{
+	GTEST_FLAG_SET(death_test_style, "threadsafe");
+	// Error lines of the child go to its standard error, where the expectation reads them.
+	setEnv("ZON_HOST_LOG", nullptr);
+	const std::string link = rootPath("fs/opt/etc/localtime");
+	zon_host_root(); // a new device gets its link here
 	// nullptr: no link at all.
-	void pointLinkAt(const char* target)
-	{
+	auto pointLinkAt = [&link](const char* target) {
 		unlink(link.c_str());
 		ASSERT_TRUE(!target || symlink(target, link.c_str()) == 0);
-	}
-
+	};
 	// Builds the manager and reports the band it starts on, then leaves the child's device.
-	[[noreturn]] void reportStartBand()
-	{
+	auto reportStartBand = [this] {
 		ZonMapGmtInfoManager* fresh = ZonMapGmtInfoManager::getInstance();
 		fprintf(stderr, "start=%d image=%s;\n", fresh->getStartPosX(), fresh->getImgPath().c_str());
 		removeTree(root());
 		exit(0);
-	}
-
-	std::string link;
-};
-
-TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLinkWithOrWithoutResources)
-{
+	};
 	const std::pair<const char*, int> cases[] = {
 		{"Asia/Kathmandu", 549},     // GMT+5:45, a band of its own
 		{"Asia/Rangoon", 558},       // GMT+6:30, cut to GMT+6
