@@ -9,6 +9,7 @@
 #include <unicode/timezone.h>
 #include <unicode/ucal.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -65,11 +66,8 @@ double iso6709(const std::string& text, size_t digits)
 // Letters and digits only, lower case: "St. John's", "St_Johns" and "st johns" are one name.
 std::string comparable(const std::string& name)
 {
-	std::string out;
-	for (unsigned char c : name) {
-		if (std::isalnum(c))
-			out += static_cast<char>(std::tolower(c));
-	}
+	std::string out = std::regex_replace(name, std::regex("[^A-Za-z0-9]+"), "");
+	std::transform(out.begin(), out.end(), out.begin(), [](unsigned char c) { return std::tolower(c); });
 	return out;
 }
 

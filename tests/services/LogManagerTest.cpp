@@ -28,7 +28,6 @@ protected:
 	void SetUp() override
 	{
 		HostFixture::SetUp();
-		manager = KorvathLogManager::getInstance();
 		// The singleton outlives the tests of this process.
 		manager->finalize();
 	}
@@ -39,7 +38,7 @@ protected:
 		HostFixture::TearDown();
 	}
 
-	KorvathLogManager* manager = nullptr;
+	KorvathLogManager* manager = KorvathLogManager::getInstance();
 };
 
 TEST_F(LogManagerTest, RecordsCarryTheirSurveyAndOnlyTheGivenKeysOrAreLoggedAndDropped)
