@@ -24,10 +24,11 @@ ZonJsonObject wrap(JsonObject* object)
 
 ZonJsonObject fresh() { return wrap(json_object_new()); }
 
-std::string text(ZonJsonObject& object)
+// What an object or a builder writes over a stale text.
+template <class Writer> std::string text(Writer& writer)
 {
-	std::string message;
-	object.getJsonMessage(message);
+	std::string message = "stale";
+	writer.getJsonMessage(message);
 	return message;
 }
 
@@ -115,8 +116,7 @@ TEST_F(ZonJsonObjectTest, ObjectAndArrayMembersAreSharedNotCopied)
 	items.front().addBooleanMember("late", true);
 	EXPECT_EQ(R"({"child":{"late":"seen"},"items":[{"n":0,"late":true},{"n":1},{"n":2}],"none":[]})", text(parent));
 
-	ZonJsonObject readBack;
-	parent.getObjectValue("child", readBack);
+	ZonJsonObject readBack = fetch(parent, &ZonJsonObject::getObjectValue, "child");
 	EXPECT_EQ(child.getJsonObject(), readBack.getJsonObject());
 	std::list<ZonJsonObject> listed(1);
 	parent.getArrayObject("items", listed);
@@ -168,9 +168,7 @@ TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeld)
 TEST_F(ZonJsonObjectTest, BuilderWritesCompactTextAndCopiesShare)
 {
 	ZonJsonBuilder builder;
-	std::string message = "stale";
-	builder.getJsonMessage(message);
-	EXPECT_EQ("{}", message);
+	EXPECT_EQ("{}", text(builder));
 
 	builder.addStringMember("name", "a \"quoted\"\nline\t/ü");
 	builder.addBooleanMember("on", true);
@@ -183,11 +181,9 @@ TEST_F(ZonJsonObjectTest, BuilderWritesCompactTextAndCopiesShare)
 	ZonJsonBuilder& alias = assigned;
 	assigned = copy;
 	assigned = alias;
-	builder.getJsonMessage(message);
-	EXPECT_EQ(R"({"name":"a \"quoted\"\nline\t/ü","on":true,"n":4,"t":1700000000123,"copy":false})", message);
-	std::string assignedMessage;
-	assigned.getJsonMessage(assignedMessage);
-	EXPECT_EQ(message, assignedMessage);
+	EXPECT_EQ(R"({"name":"a \"quoted\"\nline\t/ü","on":true,"n":4,"t":1700000000123,"copy":false})",
+		text(builder));
+	EXPECT_EQ(text(builder), text(assigned));
 }
 
 }
