@@ -45,6 +45,15 @@ private:
 	std::string _name;
 };
 
+// An action for one event only.
+Action only(int event, std::function<void()> action)
+{
+	return [event, action](int received) {
+		if (received == event)
+			action();
+	};
+}
+
 bool loggedAlreadyRemoved(WSignal_ListenerId id)
 {
 	std::string needle = "Already removed listener! =" + std::to_string(id);
@@ -124,9 +133,7 @@ TEST_F(SignalReentrancy, RemovalOfSelfAndOthersDuringEmissionKeepsTheIdOrder)
 TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEventEvenWhenNested)
 {
 	WSignal_ListenerId added = 0;
-	add("adder", [&](int event) {
-		if (event != 1)
-			return;
+	add("adder", only(1, [&] {
 		added = add("added");
 		EXPECT_TRUE(signal.isValid(added));
 		EXPECT_EQ(3, signal.getListenerCount());
@@ -134,7 +141,7 @@ TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEventEvenWhenNested)
 		signal.removeListener(added);
 		EXPECT_TRUE(loggedAlreadyRemoved(added));
 		EXPECT_TRUE(signal.isValid(added));
-	});
+	}));
 	add("b");
 	EXPECT_EQ((Trace{"adder1", "b1"}), fire(1));
 	EXPECT_EQ((Trace{"adder2", "b2", "added2"}), fire(2));
@@ -143,14 +150,12 @@ TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEventEvenWhenNested)
 
 	// Clearing from inside drops even what was added during the emission, but not what follows.
 	signal.removeAllListeners();
-	add("clear", [&](int event) {
-		if (event != 1)
-			return;
+	add("clear", only(1, [&] {
 		add("dropped");
 		signal.removeAllListeners();
 		EXPECT_EQ(0, signal.getListenerCount());
 		add("afterClear");
-	});
+	}));
 	add("skipped");
 	EXPECT_EQ((Trace{"clear1"}), fire(1));
 	EXPECT_EQ((Trace{"afterClear2"}), fire(2));
@@ -158,16 +163,11 @@ TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEventEvenWhenNested)
 	// A nested emission defers its bookkeeping to the outermost one.
 	signal.removeAllListeners();
 	WSignal_ListenerId victim = 0;
-	add("nest", [&](int event) {
-		if (event == 1)
-			signal.emit(2);
-	});
-	add("mid", [&](int event) {
-		if (event != 2)
-			return;
+	add("nest", only(1, [&] { signal.emit(2); }));
+	add("mid", only(2, [&] {
 		signal.removeListener(victim);
 		add("inner");
-	});
+	}));
 	victim = add("victim");
 	add("tail");
 	// The removal inside the nested emission holds for the rest of the outer one; the addition
@@ -202,12 +202,10 @@ TEST_F(SignalReentrancy, DestroyedByOrThrowingFromItsOwnListenerStillEndsTheEmis
 
 	// A throwing listener still ends the emission.
 	WSignal_ListenerId removed = 0, added = 0;
-	add("a", [&](int event) {
-		if (event == 1) {
-			signal.removeListener(removed);
-			added = add("added");
-		}
-	});
+	add("a", only(1, [&] {
+		signal.removeListener(removed);
+		added = add("added");
+	}));
 	WSignal_ListenerId empty = signal.addListener(Signal::Callback());
 	removed = add("removed");
 	EXPECT_THROW(signal.emit(1), std::bad_function_call);
@@ -248,13 +246,11 @@ TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmissionOrOutsideAndListenersAnd
 {
 	Evas_Object *own = button(), *later = rectangle(), *earlier = rectangle();
 	add("earlier", nullptr, earlier);
-	WSignal_ListenerId self = add("deleter", [&](int event) {
-		if (event != 1)
-			return;
+	WSignal_ListenerId self = add("deleter", only(1, [&] {
 		evas_object_del(later);
 		evas_object_del(earlier);
 		evas_object_del(own);   // the object of the listener that is running
-	}, own);
+	}), own);
 	WSignal_ListenerId skipped = add("later", nullptr, later);
 	add("tail");
 	EXPECT_EQ((Trace{"earlier1", "deleter1", "tail1"}), fire(1));
@@ -264,13 +260,11 @@ TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmissionOrOutsideAndListenersAnd
 
 	// Deleted before the listener added for it became active.
 	Evas_Object* object = button();
-	add("adder", [&](int event) {
-		if (event != 3)
-			return;
+	add("adder", only(3, [&] {
 		WSignal_ListenerId pending = add("pending", nullptr, object);
 		evas_object_del(object);
 		EXPECT_FALSE(signal.isValid(pending));
-	});
+	}));
 	EXPECT_EQ((Trace{"tail3", "adder3"}), fire(3));
 	EXPECT_EQ((Trace{"tail4", "adder4"}), fire(4));
 	EXPECT_EQ(2, signal.getListenerCount());
