@@ -59,30 +59,7 @@ TEST_F(ZonJsonObjectTest, AbsentMembersLeaveEveryOutParameterAloneAndAnEmptyWrap
 	EXPECT_DEATH(empty.addStringMember("a", "b"), "_jsonObject != nullptr") << "adding is a programming error";
 }
 
-TEST_F(ZonJsonObjectTest, MistypedMembersReadAsJsonGlibAnswers)
-{
-	// One for reading a number as an object, one for reading it as an array.
-	expectJsonGlibWarnings(2);
-	ZonJsonObject object = fresh();
-	object.addIntegerMember("number", 12);
-	object.addStringMember("text", "12");
-	object.addObjectMember("nothing", ZonJsonObject());
-
-	EXPECT_EQ("", fetch(object, &ZonJsonObject::getStringValue, "number", "default"))
-		<< "JSON-GLib's null string must not reach std::string";
-	EXPECT_EQ(0, fetch(object, &ZonJsonObject::getIntegerValue, "text", -1));
-
-	EXPECT_EQ(nullptr, fetch(object, &ZonJsonObject::getObjectValue, "number", fresh()).getJsonObject());
-
-	std::list<ZonJsonObject> l(2);
-	object.getArrayObject("number", l);
-	object.getArrayObject("nothing", l);
-	EXPECT_EQ(2u, l.size());
-	EXPECT_TRUE(zon_host_log_contains("\033[0;31m* Critical * json_object_get_array_member(number) failed.\033[0;m"));
-	EXPECT_TRUE(zon_host_log_contains("json_object_get_array_member(nothing) failed."));
-}
-
-TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideAndTruncatedToInt)
+TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideTruncatedToIntAndMistypedReadsAnswerAsJsonGlib)
 {
 	JsonObject* raw = json_object_new();
 	json_object_set_int_member(raw, "big", (G_GINT64_CONSTANT(1) << 32) + 5);
@@ -97,6 +74,22 @@ TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideAndTruncatedToInt)
 	EXPECT_EQ(-1, fetch(object, &ZonJsonObject::getIntegerValue, "max"));
 	EXPECT_EQ(G_MININT64, json_object_get_int_member(raw, "high")) << "a signed reader sees the sign bit";
 	EXPECT_EQ(R"({"big":4294967301,"min":-2147483648,"max":-1,"high":-9223372036854775808})", text(object));
+
+	// Mistyped members read as JSON-GLib answers them. It warns once for reading a number as an
+	// object, once for reading it as an array.
+	expectJsonGlibWarnings(2);
+	object.addStringMember("text", "12");
+	object.addObjectMember("nothing", ZonJsonObject());
+	EXPECT_EQ("", fetch(object, &ZonJsonObject::getStringValue, "min", "default"))
+		<< "JSON-GLib's null string must not reach std::string";
+	EXPECT_EQ(0, fetch(object, &ZonJsonObject::getIntegerValue, "text", -1));
+	EXPECT_EQ(nullptr, fetch(object, &ZonJsonObject::getObjectValue, "min", fresh()).getJsonObject());
+	std::list<ZonJsonObject> l(2);
+	object.getArrayObject("min", l);
+	object.getArrayObject("nothing", l);
+	EXPECT_EQ(2u, l.size());
+	EXPECT_TRUE(zon_host_log_contains("\033[0;31m* Critical * json_object_get_array_member(min) failed.\033[0;m"));
+	EXPECT_TRUE(zon_host_log_contains("json_object_get_array_member(nothing) failed."));
 }
 
 TEST_F(ZonJsonObjectTest, ObjectAndArrayMembersAreSharedNotCopied)
@@ -136,7 +129,7 @@ TEST_F(ZonJsonObjectTest, ObjectAndArrayMembersAreSharedNotCopied)
 	EXPECT_EQ(R"({"late":"seen"})", text(readBack));
 }
 
-TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeld)
+TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeldAndBuilderCopiesShare)
 {
 	JsonObject* firstRaw = nullptr;
 	ZonJsonObject second = fresh();
@@ -163,10 +156,8 @@ TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeld)
 	only.setJsonObject(only.getJsonObject());
 	only.addStringMember("still", "alive");
 	EXPECT_EQ(R"({"still":"alive"})", text(only));
-}
 
-TEST_F(ZonJsonObjectTest, BuilderWritesCompactTextAndCopiesShare)
-{
+	// The builder writes compact text, and its copies share what they build.
 	ZonJsonBuilder builder;
 	EXPECT_EQ("{}", text(builder));
 

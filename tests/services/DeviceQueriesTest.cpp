@@ -33,21 +33,19 @@ protected:
 	}
 };
 
-TEST_F(DeviceQueriesTest, RegionDirectionComparesTwoBytesCountryAndThemeCompareExactly)
+TEST_F(DeviceQueriesTest, RegionCountryThemeBezelAndPackages)
 {
-	const struct {
-		std::string region;
-		bool rtl, arabic;
-	} cases[] = {
+	// Region, right to left, Arabic.
+	const std::tuple<std::string, bool, bool> cases[] = {
 		{"he_IL.UTF-8", true, false}, {"arn_CL.UTF-8", true, true}, {"ur_PK", true, false},
 		{"en_US.UTF-8", false, false}, {"a", false, false},
 		// Only the first 512 bytes are copied; the first two decide.
 		{std::string(600, 'a') + "r", false, false}, {"ar" + std::string(700, 'x'), true, true},
 	};
-	for (const auto& c : cases) {
-		ASSERT_EQ(VCONF_OK, vconf_set_str("db/menu_widget/regionformat", c.region.c_str()));
-		EXPECT_EQ(c.rtl, zonUtilIsRTL()) << c.region;
-		EXPECT_EQ(c.arabic, zonUtilIsArabic()) << c.region;
+	for (const auto& [region, rtl, arabic] : cases) {
+		ASSERT_EQ(VCONF_OK, vconf_set_str("db/menu_widget/regionformat", region.c_str()));
+		EXPECT_EQ(rtl, zonUtilIsRTL()) << region;
+		EXPECT_EQ(arabic, zonUtilIsArabic()) << region;
 	}
 
 	// Unreadable: taken as en_US.
@@ -72,10 +70,8 @@ TEST_F(DeviceQueriesTest, RegionDirectionComparesTwoBytesCountryAndThemeCompareE
 	EXPECT_FALSE(zonUtilIsVorelDevice());
 	setEnv("ELM_DEVICE_PROD_THEME", "vorel");
 	EXPECT_TRUE(zonUtilIsVorelDevice());
-}
 
-TEST_F(DeviceQueriesTest, BezelFromFeaturesAndTheUserSettingPackagesFromThePackageManager)
-{
+	// The bezel from the features and the user's setting.
 	EXPECT_FALSE(zonUtilHasBezel());
 	EXPECT_FALSE(zonUtilHasPhysicalBezel());
 
