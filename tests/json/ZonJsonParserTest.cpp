@@ -106,7 +106,7 @@ TEST_F(ZonJsonParserTest, FollowsJsonGlibOnEveryFileOfTheSuite)
 	EXPECT_LT(accepted, files);
 }
 
-TEST_F(ZonJsonParserTest, RejectedTextsKeepTheLastAcceptedRoot)
+TEST_F(ZonJsonParserTest, RejectedOrTooDeepTextsKeepTheLastAcceptedRootAndGettersReadOnlyARootObject)
 {
 	ZonJsonParser never("{broken");
 	EXPECT_EQ("untouched", probe(never));
@@ -127,11 +127,10 @@ TEST_F(ZonJsonParserTest, RejectedTextsKeepTheLastAcceptedRoot)
 	EXPECT_EQ("after", probe(parser));
 	EXPECT_EQ("before", probe(copy)) << "a copy keeps its own answers";
 	EXPECT_EQ("before", probe(assigned));
-}
 
-TEST_F(ZonJsonParserTest, GettersReadOnlyARootObjectAndTextsNestedTooDeepAreRefusedUnparsed)
-{
-	ZonJsonParser parser(R"({"s":"Z\u00fcrich","n":-4294967297,"b":false})");
+	// The getters read only a root object.
+	zon_host_log_clear();
+	parser.setJsonMessage(R"({"s":"Z\u00fcrich","n":-4294967297,"b":false})");
 	EXPECT_EQ("Zürich", fetch(parser, &ZonJsonParser::getStringValue, "s"));
 	EXPECT_EQ(-1, fetch(parser, &ZonJsonParser::getIntegerValue, "n"));
 	EXPECT_FALSE(fetch(parser, &ZonJsonParser::getBooleanValue, "b", true));
@@ -142,6 +141,7 @@ TEST_F(ZonJsonParserTest, GettersReadOnlyARootObjectAndTextsNestedTooDeepAreRefu
 		EXPECT_EQ("untouched", probe(parser)) << text;
 	}
 
+	// Texts nested too deep for JSON-GLib are refused unparsed.
 	auto nested = [](int depth) { return std::string(depth, '[') + std::string(depth, ']'); };
 	parser.setJsonMessage(kProbeDocument);
 	parser.setJsonMessage(nested(1000));
