@@ -11,10 +11,7 @@ int main(int argc, char** argv)
 {
 	for (int i = 1; i < argc; ++i) {
 		std::ifstream in(argv[i], std::ios::binary);
-		if (!in) {
-			fprintf(stderr, "cannot read %s\n", argv[i]);
-			return 1;
-		}
+		fuzz::check(in.is_open(), ("cannot read " + std::string(argv[i])).c_str());
 		std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 		LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
 	}

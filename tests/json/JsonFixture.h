@@ -33,11 +33,9 @@ protected:
 	void SetUp() override
 	{
 		HostFixture::SetUp();
-		for (const char* domain : {"Json", "GLib", "GLib-GObject"}) {
-			guint id = g_log_set_handler(domain,
-				static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING), record, &warnings_);
-			handlers_.emplace_back(domain, id);
-		}
+		const auto levels = static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING);
+		for (const char* domain : {"Json", "GLib", "GLib-GObject"})
+			handlers_.emplace_back(domain, g_log_set_handler(domain, levels, record, &warnings_));
 	}
 
 	void TearDown() override
