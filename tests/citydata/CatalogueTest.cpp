@@ -26,6 +26,7 @@
 #include <string>
 #include <strings.h>
 #include <system_error>
+#include <tuple>
 #include <vector>
 
 #include "ZonCityList.h"
@@ -173,7 +174,7 @@ TEST(CatalogueInvariant, ChineseIndexIsTheZhCollationRankOfTheChineseNames)
 	ASSERT_TRUE(U_SUCCESS(status)) << u_errorName(status);
 }
 
-TEST(CatalogueInvariant, TellingRowsAndTheirCoordinatesAreExact)
+TEST(CatalogueInvariant, TellingRowsCoordinatesAndIrregularKeysAreKeptExactly)
 {
 	const std::string rows[] = {
 		"1|1|WDS_ZON_BODY_ABIDJAN_M_CITY|Abidjan|WDS_ZON_BODY_COTE_DIVOIRE_M_COUNTRY|COTE_DIVOIRE|GMT+0|Africa/Abidjan",
@@ -200,20 +201,15 @@ TEST(CatalogueInvariant, TellingRowsAndTheirCoordinatesAreExact)
 	}
 	// Weather answers for these cities are matched by these exact values; a rounding "tidy-up" of
 	// the table would orphan them. 283 is the Canadian St. John's, not Antigua's namesake.
-	const struct {
-		int id;
-		double latitude, longitude;
-	} points[] = {{1, 5.3485419, -3.9798626}, {2, 24.3865481, 54.563506}, {35, 39.9388838, 116.3974589},
-		{39, 52.5075419, 13.4261419}, {261, 37.7577, -122.4376}, {283, 47.4824155, -52.8286382},
-		{331, 47.377455, 8.536715}};
-	for (const auto& p : points)
-		EXPECT_EQ(std::make_pair(p.latitude, p.longitude), std::make_pair(latitude(p.id), longitude(p.id))) << p.id;
+	const std::tuple<int, double, double> points[] = {{1, 5.3485419, -3.9798626}, {2, 24.3865481, 54.563506},
+		{35, 39.9388838, 116.3974589}, {39, 52.5075419, 13.4261419}, {261, 37.7577, -122.4376},
+		{283, 47.4824155, -52.8286382}, {331, 47.377455, 8.536715}};
+	for (const auto& [id, lat, lon] : points)
+		EXPECT_EQ(std::make_pair(lat, lon), std::make_pair(latitude(id), longitude(id))) << id;
 	EXPECT_EQ("5.348542", latitudeKey(1));
 	EXPECT_EQ("37.757700", latitudeKey(261));
-}
 
-TEST(CatalogueInvariant, IrregularStringIdsAndCountryKeysAreKeptAndStJohnsIsTwoCities)
-{
+	// St. John's is two cities under one string id.
 	EXPECT_EQ((std::vector<int>{282, 283}),
 		idsWhere([](const Cityinfo& c) { return std::strcmp(c.cityname_eng, "St. John's") == 0; }));
 	EXPECT_STREQ(city(283).cityname_string, city(282).cityname_string);
