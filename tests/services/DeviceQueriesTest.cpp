@@ -33,7 +33,7 @@ protected:
 	}
 };
 
-TEST_F(DeviceQueriesTest, RegionCountryThemeBezelAndPackages)
+TEST_F(DeviceQueriesTest, RegionCountryThemeBezelPackagesAndCompanion)
 {
 	// Region, right to left, Arabic.
 	const std::tuple<std::string, bool, bool> cases[] = {
@@ -116,12 +116,9 @@ TEST_F(DeviceQueriesTest, RegionCountryThemeBezelAndPackages)
 	zon_host_fault_inject("package_info_destroy", 1, PACKAGE_MANAGER_ERROR_IO_ERROR);
 	EXPECT_FALSE(zonUtilIsPkgPreloaded("korvath.zonvista")) << "unknown counts as not preloaded";
 	EXPECT_EQ(handles + 1, zon_host_package_info_live()) << "a failed destroy is not retried";
-}
 
-const char kConnType[] = "memory/private/lnkp/conn_type";
-
-TEST_F(DeviceQueriesTest, CompanionNeedsBluetoothAndItsManagerToBeConnectedAndToGetUpdates)
-{
+	// The companion is connected through Bluetooth and its manager, and only then gets updates.
+	const char kConnType[] = "memory/private/lnkp/conn_type";
 	EXPECT_FALSE(ZonSyncUtil::isBtConnected());
 	EXPECT_TRUE(zon_host_log_contains("vconf_get_int(VCONFKEY_LNKP_CONNECTIVITY_TYPE FAILED"));
 	// Connected, but not over Bluetooth: the manager is not even asked.
