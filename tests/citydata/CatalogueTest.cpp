@@ -148,7 +148,7 @@ TEST(CatalogueInvariant, RowsRunInIdOrderWithCleanKeysAKnownZoneAndAPointTheGmtT
 
 // Recomputed by pairwise comparison rather than sort keys, so it does not share the generator's
 // way of ranking. Agreement also makes the index a permutation of 1..331.
-TEST(CatalogueInvariant, ChineseIndexIsTheZhCollationRankOfTheChineseNames)
+TEST(CatalogueInvariant, ChineseIndexAndPrincipalLocationsAgreeWithIcuAndTheSystemZoneTable)
 {
 	std::ifstream in(ZON_SOURCE_DIR "/tools/catalogue/cities.tsv");
 	ASSERT_TRUE(in) << "cannot read cities.tsv";
@@ -172,6 +172,50 @@ TEST(CatalogueInvariant, ChineseIndexIsTheZhCollationRankOfTheChineseNames)
 		EXPECT_EQ(rank, allCityList[i].chinese_index) << "id " << i + 1 << " " << names[i];
 	}
 	ASSERT_TRUE(U_SUCCESS(status)) << u_errorName(status);
+
+// A city is taken as its zone's principal location when its English name is the zone's exemplar
+// city (the last part of the zone name; letters and digits compared, case ignored, a trailing
+// "City" allowed, as in "Mexico City") and the catalogue files it under that very zone or a link
+// to it. The second condition keeps out namesakes: San Juan of Puerto Rico is not
+// America/Argentina/San_Juan, and Antigua's St. John's is not America/St_Johns.
+	std::ifstream zoneTable(kZoneDir + "zone1970.tab");
+	ASSERT_TRUE(zoneTable) << "cannot read " << kZoneDir << "zone1970.tab (package tzdata)";
+
+	struct ZoneLocation {
+		std::string zone;
+		double latitude, longitude;
+	};
+	std::map<std::string, ZoneLocation> byExemplar;
+	for (std::string line; std::getline(zoneTable, line);) {
+		if (line.empty() || line[0] == '#')
+			continue;
+		std::istringstream fields(line);
+		std::string codes, coordinates, zone;
+		ASSERT_TRUE(fields >> codes >> coordinates >> zone) << line;
+		size_t split = coordinates.find_first_of("+-", 1);
+		ASSERT_TRUE(split == 5 || split == 7) << line;
+		byExemplar.emplace(comparable(zone.substr(zone.rfind('/') + 1)),
+			ZoneLocation{zone, iso6709(coordinates.substr(0, split), 2), iso6709(coordinates.substr(split), 3)});
+	}
+
+	int covered = 0;
+	for (const Cityinfo& city : allCityList) {
+		std::string name = comparable(city.cityname_eng);
+		auto found = byExemplar.find(name);
+		if (found == byExemplar.end() && name.size() > 4 && name.compare(name.size() - 4, 4, "city") == 0)
+			found = byExemplar.find(name.substr(0, name.size() - 4));
+		std::error_code error;
+		if (found == byExemplar.end() ||
+			!std::filesystem::equivalent(kZoneDir + city.timezone_path, kZoneDir + found->second.zone, error))
+			continue;
+		++covered;
+		EXPECT_NEAR(found->second.latitude, latitude(city.id), 1.0) << city.cityname_eng << " / " << found->second.zone;
+		EXPECT_NEAR(found->second.longitude, longitude(city.id), 1.0) << city.cityname_eng << " / " << found->second.zone;
+	}
+	RecordProperty("principal_locations_checked", covered);
+	// Well over a hundred capitals and zone cities are in the catalogue; a small count means the
+	// table or the matching broke, not that the coordinates are right.
+	EXPECT_GE(covered, 120);
 }
 
 TEST(CatalogueInvariant, TellingRowsCoordinatesAndIrregularKeysAreKeptExactly)
@@ -241,51 +285,4 @@ TEST(CatalogueInvariant, TellingRowsCoordinatesAndIrregularKeysAreKeptExactly)
 	std::vector<int> us = idsWhere([](const Cityinfo& c) { return !std::strcmp(c.country_name, "USA_M_COUNTRYNAME"); });
 	EXPECT_EQ(36u, us.size());
 	EXPECT_EQ(us, idsWhere([](const Cityinfo& c) { return !std::strcmp(c.country_string, "WDS_ZON_BODY_USA_M_COUNTRY"); }));
-}
-
-// A city is taken as its zone's principal location when its English name is the zone's exemplar
-// city (the last part of the zone name; letters and digits compared, case ignored, a trailing
-// "City" allowed, as in "Mexico City") and the catalogue files it under that very zone or a link
-// to it. The second condition keeps out namesakes: San Juan of Puerto Rico is not
-// America/Argentina/San_Juan, and Antigua's St. John's is not America/St_Johns.
-TEST(CatalogueInvariant, PrincipalLocationsAgreeWithTheSystemZoneTable)
-{
-	std::ifstream in(kZoneDir + "zone1970.tab");
-	ASSERT_TRUE(in) << "cannot read " << kZoneDir << "zone1970.tab (package tzdata)";
-
-	struct ZoneLocation {
-		std::string zone;
-		double latitude, longitude;
-	};
-	std::map<std::string, ZoneLocation> byExemplar;
-	for (std::string line; std::getline(in, line);) {
-		if (line.empty() || line[0] == '#')
-			continue;
-		std::istringstream fields(line);
-		std::string codes, coordinates, zone;
-		ASSERT_TRUE(fields >> codes >> coordinates >> zone) << line;
-		size_t split = coordinates.find_first_of("+-", 1);
-		ASSERT_TRUE(split == 5 || split == 7) << line;
-		byExemplar.emplace(comparable(zone.substr(zone.rfind('/') + 1)),
-			ZoneLocation{zone, iso6709(coordinates.substr(0, split), 2), iso6709(coordinates.substr(split), 3)});
-	}
-
-	int covered = 0;
-	for (const Cityinfo& city : allCityList) {
-		std::string name = comparable(city.cityname_eng);
-		auto found = byExemplar.find(name);
-		if (found == byExemplar.end() && name.size() > 4 && name.compare(name.size() - 4, 4, "city") == 0)
-			found = byExemplar.find(name.substr(0, name.size() - 4));
-		std::error_code error;
-		if (found == byExemplar.end() ||
-			!std::filesystem::equivalent(kZoneDir + city.timezone_path, kZoneDir + found->second.zone, error))
-			continue;
-		++covered;
-		EXPECT_NEAR(found->second.latitude, latitude(city.id), 1.0) << city.cityname_eng << " / " << found->second.zone;
-		EXPECT_NEAR(found->second.longitude, longitude(city.id), 1.0) << city.cityname_eng << " / " << found->second.zone;
-	}
-	RecordProperty("principal_locations_checked", covered);
-	// Well over a hundred capitals and zone cities are in the catalogue; a small count means the
-	// table or the matching broke, not that the coordinates are right.
-	EXPECT_GE(covered, 120);
 }

@@ -87,7 +87,7 @@ protected:
 
 using SignalReentrancy = SignalFixture<HostFixture>;
 
-TEST_F(SignalReentrancy, RemovalTakesEffectAtOnceAdditionAtTheNextEventEvenWhenNested)
+TEST_F(SignalReentrancy, RemovalActsAtOnceAdditionAtTheNextEventAndDestructionOrThrowEndsTheEmission)
 {
 	WSignal_ListenerId self = 0, first = 0, later = 0;
 	add("a");
@@ -173,10 +173,9 @@ TEST_F(SignalReentrancy, RemovalTakesEffectAtOnceAdditionAtTheNextEventEvenWhenN
 	// waits until the outer one is over.
 	EXPECT_EQ((Trace{"nest1", "nest2", "mid2", "tail2", "mid1", "tail1"}), fire(1));
 	EXPECT_EQ((Trace{"nest3", "mid3", "tail3", "inner3"}), fire(3));
-}
 
-TEST_F(SignalReentrancy, DestroyedByOrThrowingFromItsOwnListenerStillEndsTheEmission)
-{
+	// A signal destroyed by its own listener, or a throwing listener, still ends the emission.
+	signal.removeAllListeners();
 	for (int depth : {1, 2}) {
 		SCOPED_TRACE(depth == 1 ? "plain emission" : "nested emission");
 		auto* doomed = new Signal;
@@ -199,8 +198,8 @@ TEST_F(SignalReentrancy, DestroyedByOrThrowingFromItsOwnListenerStillEndsTheEmis
 		EXPECT_EQ(depth == 1 ? (Trace{"nest1", "killer1"}) : (Trace{"nest1", "nest2", "killer2"}), seen);
 	}
 
-	// A throwing listener still ends the emission.
-	WSignal_ListenerId removed = 0, added = 0;
+	WSignal_ListenerId removed = 0;
+	added = 0;
 	add("a", only(1, [&] {
 		signal.removeListener(removed);
 		added = add("added");
