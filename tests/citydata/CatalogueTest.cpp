@@ -173,11 +173,11 @@ TEST(CatalogueInvariant, ChineseIndexAndPrincipalLocationsAgreeWithIcuAndTheSyst
 	}
 	ASSERT_TRUE(U_SUCCESS(status)) << u_errorName(status);
 
-// A city is taken as its zone's principal location when its English name is the zone's exemplar
-// city (the last part of the zone name; letters and digits compared, case ignored, a trailing
-// "City" allowed, as in "Mexico City") and the catalogue files it under that very zone or a link
-// to it. The second condition keeps out namesakes: San Juan of Puerto Rico is not
-// America/Argentina/San_Juan, and Antigua's St. John's is not America/St_Johns.
+	// A city is taken as its zone's principal location when its English name is the zone's exemplar
+	// city (the last part of the zone name; letters and digits compared, case ignored, a trailing
+	// "City" allowed, as in "Mexico City") and the catalogue files it under that very zone or a link
+	// to it. The second condition keeps out namesakes: San Juan of Puerto Rico is not
+	// America/Argentina/San_Juan, and Antigua's St. John's is not America/St_Johns.
 	std::ifstream zoneTable(kZoneDir + "zone1970.tab");
 	ASSERT_TRUE(zoneTable) << "cannot read " << kZoneDir << "zone1970.tab (package tzdata)";
 

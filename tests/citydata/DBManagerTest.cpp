@@ -109,7 +109,7 @@ TEST_F(CityDatabaseDeathTest, ConstructionSeedsPreferencesOnlyWhenAbsent)
 	}, ::testing::ExitedWithCode(0), "");
 }
 
-TEST_F(CityDatabase, StoredFormatIsTheCreationStatementAndOldTablesGainFiveColumns)
+TEST_F(CityDatabase, StoredFormatIsTheCreationStatementOldTablesGainFiveColumnsChangesAreAnnounced)
 {
 	// A first-release table keeps its rows.
 	sql("CREATE TABLE added_city2(id INTEGER PRIMARY KEY AUTOINCREMENT, city_id INTEGER NOT NULL, "
@@ -133,6 +133,38 @@ TEST_F(CityDatabase, StoredFormatIsTheCreationStatementAndOldTablesGainFiveColum
 	EXPECT_EQ(created, sql(schema));
 	db->initialize();
 	EXPECT_EQ(created, sql(schema));
+
+	// Every insert and update toggles the notification.
+	// The singleton seeds the key once per process, so another test's device may have had it.
+	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("ZonDBChanged", 0));
+	int flag = 0;
+	int calls = 0;
+	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_changed_cb("ZonDBChanged", [](const char* key, void* data) {
+		if (!strcmp(key, "ZonDBChanged"))
+			++*static_cast<int*>(data);
+	}, &calls));
+
+	db->insert(299, "Tokyo", false);
+	EXPECT_EQ(0, calls) << "change callbacks belong on the main loop";
+	zon_host_pump(100);
+	EXPECT_EQ(1, calls);
+
+	db->update(299, 39, "Berlin", false);
+	db->setPreferenceAfterDbChange();
+	zon_host_pump(100);
+	EXPECT_EQ(3, calls);
+	EXPECT_EQ(flag, changedFlag() ^ 1) << "three toggles end opposite to the start";
+	EXPECT_EQ("ZON_DB_STATUS_CHANGE", status());
+	preference_unset_changed_cb("ZonDBChanged");
+
+	// A failed status write is logged and the toggle still happens; a failed toggle is logged.
+	for (const auto& [function, toggles] : {std::pair{"preference_set_string", true}, {"preference_set_int", false}}) {
+		flag = changedFlag();
+		zon_host_fault_inject(function, 1, PREFERENCE_ERROR_IO_ERROR);
+		db->insert(39, "Berlin", true);
+		EXPECT_TRUE(zon_host_log_contains((std::string(function) + " failed.(").c_str())) << function;
+		EXPECT_EQ(toggles, flag != changedFlag()) << function;
+	}
 }
 
 TEST_F(CityDatabase, RetailResetRunsOncePerBootIfTheMarkerCanBeWrittenButSetLDUModeForcesIt)
@@ -276,41 +308,6 @@ TEST_F(CityDatabase, WeatherIsSharedByBothListsUpdateReplacesInPlaceRemoveMatche
 	EXPECT_EQ(flag, changedFlag());
 	EXPECT_TRUE(zon_host_log_contains(
 		"query DELETE FROM 'added_city2' where city_id = 299 and is_external = 0 and english_name = 'Tokyo';"));
-}
-
-TEST_F(CityDatabase, EveryInsertAndUpdateToggleTheNotification)
-{
-	open();
-	// The singleton seeds the key once per process, so another test's device may have had it.
-	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("ZonDBChanged", 0));
-	int flag = 0;
-	int calls = 0;
-	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_changed_cb("ZonDBChanged", [](const char* key, void* data) {
-		if (!strcmp(key, "ZonDBChanged"))
-			++*static_cast<int*>(data);
-	}, &calls));
-
-	db->insert(299, "Tokyo", false);
-	EXPECT_EQ(0, calls) << "change callbacks belong on the main loop";
-	zon_host_pump(100);
-	EXPECT_EQ(1, calls);
-
-	db->update(299, 39, "Berlin", false);
-	db->setPreferenceAfterDbChange();
-	zon_host_pump(100);
-	EXPECT_EQ(3, calls);
-	EXPECT_EQ(flag, changedFlag() ^ 1) << "three toggles end opposite to the start";
-	EXPECT_EQ("ZON_DB_STATUS_CHANGE", status());
-	preference_unset_changed_cb("ZonDBChanged");
-
-	// A failed status write is logged and the toggle still happens; a failed toggle is logged.
-	for (const auto& [function, toggles] : {std::pair{"preference_set_string", true}, {"preference_set_int", false}}) {
-		flag = changedFlag();
-		zon_host_fault_inject(function, 1, PREFERENCE_ERROR_IO_ERROR);
-		db->insert(39, "Berlin", true);
-		EXPECT_TRUE(zon_host_log_contains((std::string(function) + " failed.(").c_str())) << function;
-		EXPECT_EQ(toggles, flag != changedFlag()) << function;
-	}
 }
 
 TEST_F(CityDatabase, HostileAndOversizedNamesAreStoredAsTextAndIsExistMatchesCityStringAndGmtText)

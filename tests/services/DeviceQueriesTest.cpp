@@ -1,7 +1,7 @@
 // The device and environment queries of ZonUtil and ZonSyncUtil, driven through the settings,
 // features, packages and launches of the simulated device, and the application's colour and font
 // tables in the device's changeable theme, loaded from real files in the shared resource
-// directory (theme state belongs to the process, so every test leaves both tables detached).
+// directory.
 #include <sys/stat.h>
 
 #include <fstream>
@@ -33,7 +33,7 @@ protected:
 	}
 };
 
-TEST_F(DeviceQueriesTest, RegionCountryThemeBezelPackagesAndCompanion)
+TEST_F(DeviceQueriesTest, RegionCountryThemeBezelPackagesCompanionAndThemeTables)
 {
 	// Region, right to left, Arabic.
 	const std::tuple<std::string, bool, bool> cases[] = {
@@ -160,11 +160,8 @@ TEST_F(DeviceQueriesTest, RegionCountryThemeBezelPackagesAndCompanion)
 	ZonSyncUtil::requestWatchUpdate();
 	EXPECT_TRUE(zon_host_log_contains(
 		("app_control_send_launch_request failed(" + std::to_string(APP_CONTROL_ERROR_APP_NOT_FOUND) + ")").c_str()));
-}
 
-// Theme state belongs to the process: the test leaves both tables detached, as it found them.
-TEST_F(DeviceQueriesTest, ThemeInitialisationIsSharedByColoursAndFontsAndAMalformedFileIsLogged)
-{
+	// Theme state belongs to the process: the test leaves both tables detached, as it found them.
 	const std::string tables = takeText(app_get_shared_resource_path()) + "tables";
 	ASSERT_EQ(0, mkdir(tables.c_str(), 0755));
 	std::ofstream(tables + "/colors.xml") << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
