@@ -34,7 +34,7 @@ template <class Writer> std::string text(Writer& writer)
 
 class ZonJsonObjectTest : public JsonFixture {};
 
-TEST_F(ZonJsonObjectTest, AbsentMembersLeaveOutParametersAloneEmptyWrappersTakeNoneOthersShare)
+TEST_F(ZonJsonObjectTest, AbsentMembersAreNoAnswerEmptyWrappersTakeNoneMembersAndCopiesShare)
 {
 	ZonJsonObject sentinel = fresh();
 	ZonJsonObject empty;
@@ -92,43 +92,8 @@ TEST_F(ZonJsonObjectTest, AbsentMembersLeaveOutParametersAloneEmptyWrappersTakeN
 	items.clear();
 	EXPECT_EQ(0u, json_object_get_size(last));
 	EXPECT_EQ(R"({"late":"seen"})", text(readBack));
-}
 
-TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideTruncatedToIntAndMistypedReadsAnswerAsJsonGlib)
-{
-	JsonObject* raw = json_object_new();
-	json_object_set_int_member(raw, "big", (G_GINT64_CONSTANT(1) << 32) + 5);
-	ZonJsonObject object = wrap(raw);
-	object.addIntegerMember("min", INT_MIN);
-	object.addUnsignedLongLongMember("max", ULLONG_MAX);
-	object.addUnsignedLongLongMember("high", 1ULL << 63);
-
-	EXPECT_EQ(5, fetch(object, &ZonJsonObject::getIntegerValue, "big"));
-	EXPECT_EQ((1ULL << 32) + 5, fetch(object, &ZonJsonObject::getUnsignedLongLongValue, "big"));
-	EXPECT_EQ(ULLONG_MAX, fetch(object, &ZonJsonObject::getUnsignedLongLongValue, "max"));
-	EXPECT_EQ(-1, fetch(object, &ZonJsonObject::getIntegerValue, "max"));
-	EXPECT_EQ(G_MININT64, json_object_get_int_member(raw, "high")) << "a signed reader sees the sign bit";
-	EXPECT_EQ(R"({"big":4294967301,"min":-2147483648,"max":-1,"high":-9223372036854775808})", text(object));
-
-	// Mistyped members read as JSON-GLib answers them. It warns once for reading a number as an
-	// object, once for reading it as an array.
-	expectJsonGlibWarnings(2);
-	object.addStringMember("text", "12");
-	object.addObjectMember("nothing", ZonJsonObject());
-	EXPECT_EQ("", fetch(object, &ZonJsonObject::getStringValue, "min", "default"))
-		<< "JSON-GLib's null string must not reach std::string";
-	EXPECT_EQ(0, fetch(object, &ZonJsonObject::getIntegerValue, "text", -1));
-	EXPECT_EQ(nullptr, fetch(object, &ZonJsonObject::getObjectValue, "min", fresh()).getJsonObject());
-	std::list<ZonJsonObject> l(2);
-	object.getArrayObject("min", l);
-	object.getArrayObject("nothing", l);
-	EXPECT_EQ(2u, l.size());
-	EXPECT_TRUE(zon_host_log_contains("\033[0;31m* Critical * json_object_get_array_member(min) failed.\033[0;m"));
-	EXPECT_TRUE(zon_host_log_contains("json_object_get_array_member(nothing) failed."));
-}
-
-TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeldAndBuilderCopiesShare)
-{
+	// Assignment keeps every object it held.
 	JsonObject* firstRaw = nullptr;
 	ZonJsonObject second = fresh();
 	{
@@ -175,4 +140,36 @@ TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeldAndBuilderCopiesShare)
 	EXPECT_EQ(text(builder), text(assigned));
 }
 
+TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideTruncatedToIntAndMistypedReadsAnswerAsJsonGlib)
+{
+	JsonObject* raw = json_object_new();
+	json_object_set_int_member(raw, "big", (G_GINT64_CONSTANT(1) << 32) + 5);
+	ZonJsonObject object = wrap(raw);
+	object.addIntegerMember("min", INT_MIN);
+	object.addUnsignedLongLongMember("max", ULLONG_MAX);
+	object.addUnsignedLongLongMember("high", 1ULL << 63);
+
+	EXPECT_EQ(5, fetch(object, &ZonJsonObject::getIntegerValue, "big"));
+	EXPECT_EQ((1ULL << 32) + 5, fetch(object, &ZonJsonObject::getUnsignedLongLongValue, "big"));
+	EXPECT_EQ(ULLONG_MAX, fetch(object, &ZonJsonObject::getUnsignedLongLongValue, "max"));
+	EXPECT_EQ(-1, fetch(object, &ZonJsonObject::getIntegerValue, "max"));
+	EXPECT_EQ(G_MININT64, json_object_get_int_member(raw, "high")) << "a signed reader sees the sign bit";
+	EXPECT_EQ(R"({"big":4294967301,"min":-2147483648,"max":-1,"high":-9223372036854775808})", text(object));
+
+	// Mistyped members read as JSON-GLib answers them. It warns once for reading a number as an
+	// object, once for reading it as an array.
+	expectJsonGlibWarnings(2);
+	object.addStringMember("text", "12");
+	object.addObjectMember("nothing", ZonJsonObject());
+	EXPECT_EQ("", fetch(object, &ZonJsonObject::getStringValue, "min", "default"))
+		<< "JSON-GLib's null string must not reach std::string";
+	EXPECT_EQ(0, fetch(object, &ZonJsonObject::getIntegerValue, "text", -1));
+	EXPECT_EQ(nullptr, fetch(object, &ZonJsonObject::getObjectValue, "min", fresh()).getJsonObject());
+	std::list<ZonJsonObject> l(2);
+	object.getArrayObject("min", l);
+	object.getArrayObject("nothing", l);
+	EXPECT_EQ(2u, l.size());
+	EXPECT_TRUE(zon_host_log_contains("\033[0;31m* Critical * json_object_get_array_member(min) failed.\033[0;m"));
+	EXPECT_TRUE(zon_host_log_contains("json_object_get_array_member(nothing) failed."));
+}
 }

@@ -314,35 +314,32 @@ TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmissionOrOutsideAndListenersAnd
 	EXPECT_EQ(0, signal.getListenerCount());
 }
 
-class AppEventHub : public HostFixture {
-protected:
-	AppEventManager* hub = AppEventManager::getInstance();
-	Trace log;
-};
+using AppEventHub = SignalFixture<HostFixture>;
 
 TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistrationAndCopies)
 {
-	WSignal_ListenerId first = hub->addListener([&](Event e) { log.push_back("fn" + std::to_string(e)); });
+	AppEventManager* hub = AppEventManager::getInstance();
+	WSignal_ListenerId first = hub->addListener([&](Event e) { trace.push_back("fn" + std::to_string(e)); });
 	{
-		NamedListener object(log, "obj");
-		WSignal_ListenerId last = hub->addListener([&](Event e) { log.push_back("last" + std::to_string(e)); });
+		NamedListener object(trace, "obj");
+		WSignal_ListenerId last = hub->addListener([&](Event e) { trace.push_back("last" + std::to_string(e)); });
 		hub->propagateEvent(AppEventManager::WEATHER_PACKAGE_STATE_CHANGED);
-		EXPECT_EQ((Trace{"fn7", "obj7", "last7"}), log);
+		EXPECT_EQ((Trace{"fn7", "obj7", "last7"}), trace);
 		hub->removeListener(last);
 	}
-	log.clear();
+	trace.clear();
 	hub->propagateEvent(AppEventManager::FONT_CHANGED);
-	EXPECT_EQ((Trace{"fn0"}), log);
+	EXPECT_EQ((Trace{"fn0"}), trace);
 	hub->removeListener(first);
-	log.clear();
+	trace.clear();
 
 	// A copy has its own registration; an assigned one takes the name and keeps its own.
-	auto original = std::make_unique<NamedListener>(log, "a");
+	auto original = std::make_unique<NamedListener>(trace, "a");
 	NamedListener copy(*original);
-	NamedListener assigned(log, "b");
+	NamedListener assigned(trace, "b");
 	assigned = copy;
 	original.reset();
 	hub->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
-	EXPECT_EQ((Trace{"a3", "a3"}), log);
+	EXPECT_EQ((Trace{"a3", "a3"}), trace);
 	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
 }
