@@ -137,8 +137,7 @@ TEST_F(CityDatabase, StoredFormatIsTheCreationStatementOldTablesGainFiveColumnsC
 	// Every insert and update toggles the notification.
 	// The singleton seeds the key once per process, so another test's device may have had it.
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("ZonDBChanged", 0));
-	int flag = 0;
-	int calls = 0;
+	int flag = 0, calls = 0;
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_changed_cb("ZonDBChanged", [](const char* key, void* data) {
 		if (!strcmp(key, "ZonDBChanged"))
 			++*static_cast<int*>(data);

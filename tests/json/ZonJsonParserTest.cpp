@@ -56,8 +56,7 @@ class ZonJsonParserTest : public JsonFixture {};
 
 TEST_F(ZonJsonParserTest, FollowsJsonGlibOnEveryFileOfTheSuite)
 {
-	int files = 0;
-	int accepted = 0;
+	int files = 0, accepted = 0;
 	std::set<std::string> tooDeep;
 	for (const auto& entry : std::filesystem::directory_iterator(kSuiteDir)) {
 		const std::string name = entry.path().filename().string();
