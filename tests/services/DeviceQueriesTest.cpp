@@ -23,18 +23,15 @@
 
 namespace {
 
-class DeviceQueriesTest : public HostFixture {
-protected:
-	bool weatherPreference()
-	{
-		bool value = false;
-		EXPECT_EQ(PREFERENCE_ERROR_NONE, preference_get_boolean(".weatherPackageAvailable", &value));
-		return value;
-	}
-};
+using DeviceQueriesTest = HostFixture;
 
 TEST_F(DeviceQueriesTest, RegionCountryThemeBezelPackagesCompanionAndThemeTables)
 {
+	auto weatherPreference = [] {
+		bool value = false;
+		EXPECT_EQ(PREFERENCE_ERROR_NONE, preference_get_boolean(".weatherPackageAvailable", &value));
+		return value;
+	};
 	// Region, right to left, Arabic.
 	const std::tuple<std::string, bool, bool> cases[] = {
 		{"he_IL.UTF-8", true, false}, {"arn_CL.UTF-8", true, true}, {"ur_PK", true, false},

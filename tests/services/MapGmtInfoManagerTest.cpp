@@ -19,28 +19,17 @@ namespace {
 const std::vector<int> kStarts = {0, 13, 29, 95, 134, 145, 197, 216, 255, 274, 310, 352, 387, 450, 468,
 	483, 503, 521, 533, 541, 549, 558, 610, 629, 680, 717, 747, 779, 798};
 
-class MapGmtInfoManagerTest : public HostFixture {
-protected:
-	void SetUp() override
-	{
-		HostFixture::SetUp();
-		map = ZonMapGmtInfoManager::getInstance();
-	}
-
-	// Puts the current band at index by its left edge.
-	void selectBand(int index) { map->getDetailedPosX(kStarts[index]); }
-
-	int currentBand()
-	{
-		auto at = std::find(kStarts.begin(), kStarts.end(), map->getStartPosX());
-		return at == kStarts.end() ? -1 : static_cast<int>(at - kStarts.begin());
-	}
-
-	ZonMapGmtInfoManager* map = nullptr;
-};
+using MapGmtInfoManagerTest = HostFixture;
 
 TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsWrapAroundAndAreFoundByPositionOrGmtText)
 {
+	ZonMapGmtInfoManager* map = ZonMapGmtInfoManager::getInstance();
+	// Puts the current band at index by its left edge.
+	auto selectBand = [map](int index) { map->getDetailedPosX(kStarts[index]); };
+	auto currentBand = [map] {
+		auto at = std::find(kStarts.begin(), kStarts.end(), map->getStartPosX());
+		return at == kStarts.end() ? -1 : static_cast<int>(at - kStarts.begin());
+	};
 	ASSERT_EQ(29, map->size());
 	selectBand(20);
 	EXPECT_EQ("+5.75", map->getTitleGmt());

@@ -199,7 +199,6 @@ TEST_F(SignalReentrancy, RemovalActsAtOnceAdditionAtTheNextEventAndDestructionOr
 	}
 
 	WSignal_ListenerId removed = 0;
-	added = 0;
 	add("a", only(1, [&] {
 		signal.removeListener(removed);
 		added = add("added");
