@@ -2,14 +2,9 @@
 // verdict (and the wrapper's nesting limit) decides whether the known answer survives, a refused
 // text never disturbs it, and whatever is accepted can be read through every getter and written
 // out the same way twice.
-#include <stddef.h>
-#include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <list>
-#include <string>
 
 #include <json-glib/json-glib.h>
 
@@ -73,22 +68,15 @@ int depthOf(JsonNode* node)
 	return 0;
 }
 
-void quiet(const gchar*, GLogLevelFlags, const gchar*, gpointer)
-{
-}
-
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-	static bool setUp = false;
-	if (!setUp) {
-		setUp = true;
-		// Mistyped reads make JSON-GLib warn by design, and rejected inputs are logged.
-		g_log_set_handler("Json", static_cast<GLogLevelFlags>(G_LOG_LEVEL_MASK | G_LOG_FLAG_FATAL | G_LOG_FLAG_RECURSION),
-			quiet, nullptr);
-		setenv("ZON_HOST_LOG", "/dev/null", 0);
-	}
+	// Mistyped reads make JSON-GLib warn by design, and rejected inputs are logged.
+	[[maybe_unused]] static const guint quiet = g_log_set_handler("Json",
+		static_cast<GLogLevelFlags>(G_LOG_LEVEL_MASK | G_LOG_FLAG_FATAL | G_LOG_FLAG_RECURSION),
+		[](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
+	setenv("ZON_HOST_LOG", "/dev/null", 0);
 	const std::string text(reinterpret_cast<const char*>(data), size);
 
 	ZonJsonParser parser("{\"zon-fuzz-probe\":\"before\"}");

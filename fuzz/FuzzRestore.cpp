@@ -4,16 +4,11 @@
 // reads as one or more records succeeds, the subclass sees every value once, in file order, and
 // each record goes back with the subclass's key and a date in whole seconds; anything else fails
 // and the subclass hears of nothing.
-#include <stddef.h>
-#include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include <unistd.h>
 
 #include <optional>
-#include <string>
 #include <vector>
 
 #include <korvath_cloud.h>

@@ -4,13 +4,9 @@
 // returns are lists the database can hold as they are (each list's positions 0..n-1 once, no
 // city twice in a list, every city a catalogue row by id and exact name, numbers in their
 // ranges); when it fails it says why, in a bounded number of lines.
-#include <stddef.h>
-#include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
 
 #include <set>
-#include <string>
+#include <sstream>
 #include <vector>
 
 #include "Catalogue.h"
@@ -22,15 +18,10 @@ using fuzz::check;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-	std::string input(reinterpret_cast<const char*>(data), size);
+	std::istringstream lines(std::string(reinterpret_cast<const char*>(data), size));
 	std::vector<std::string> values;
-	for (size_t start = 0; start <= input.size();) {
-		size_t end = input.find('\n', start);
-		if (end == std::string::npos)
-			end = input.size();
-		values.push_back(input.substr(start, end - start));
-		start = end + 1;
-	}
+	for (std::string line; std::getline(lines, line);)
+		values.push_back(line);
 
 	zonclock::RestoreCheck records;
 	std::set<std::string> keys;

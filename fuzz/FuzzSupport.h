@@ -1,14 +1,19 @@
-// What the fuzz targets share: the check that stops a run, LeakSanitizer switched off around
-// JSON-GLib's own leaks, and a device root for the host port removed at exit.
+// What the fuzz targets share: the entry point libFuzzer (or StandaloneFuzzMain.cpp) calls, the
+// check that stops a run, LeakSanitizer switched off around JSON-GLib's own leaks, and a device
+// root for the host port removed at exit.
 #ifndef ZON_FUZZ_SUPPORT_H
 #define ZON_FUZZ_SUPPORT_H
 
 #include <errno.h>   // program_invocation_short_name
 #include <ftw.h>
+#include <stddef.h>
+#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 
 #include <string>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 // Present only in sanitized builds.
 extern "C" void __lsan_disable() __attribute__((weak));

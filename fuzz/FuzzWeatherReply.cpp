@@ -10,13 +10,8 @@
 //           else a raw key; bit 3: value from the table below, else raw bytes
 //   key     table index (1 byte) or length (1 byte, mod 32) and bytes
 //   value   table index (1 byte) or length (1 byte) and bytes; an array holds the value and the key
-#include <stddef.h>
-#include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
 
 #include <algorithm>
-#include <string>
 #include <vector>
 
 #include <bundle.h>
@@ -82,8 +77,7 @@ bundle* buildMessage(const uint8_t* data, size_t size)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-	static const bool setUp = setUpOnce();
-	(void)setUp;
+	[[maybe_unused]] static const bool setUp = setUpOnce();
 	bool requestFirst = size > 0 && (data[0] & 1);
 
 	ZonDBManager::getInstance()->updateWeatherInfo(kBeijing, CLOUDY, 20, true, 123);

@@ -1,24 +1,17 @@
 // Runs each file named on the command line once through a fuzz target, as a libFuzzer binary does
 // when given files. Compilers without libFuzzer link their fuzz targets with this instead, so the
 // targets still build and their smoke runs still run.
-#include <stddef.h>
-#include <stdint.h>
-#include <stdio.h>
-
 #include <fstream>
 #include <iterator>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+#include "FuzzSupport.h"
 
 int main(int argc, char** argv)
 {
 	for (int i = 1; i < argc; ++i) {
 		std::ifstream in(argv[i], std::ios::binary);
-		if (!in) {
-			fprintf(stderr, "cannot read %s\n", argv[i]);
-			return 1;
-		}
+		fuzz::check(in.is_open(), ("cannot read " + std::string(argv[i])).c_str());
 		std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
 		LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
 	}

@@ -1,10 +1,8 @@
 // Tests of the city database: the stored format, migration, the retail reset, the list
 // operations, the change notification and the weather cache, observed through the SQLite file
 // and the preferences the other processes watch.
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -13,13 +11,11 @@
 #include <tuple>
 #include <vector>
 
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <app_common.h>
 #include <app_preference.h>
 #include <vconf.h>
-#include <zon-host/zon_host.h>
 #include <zon_platform.h>
 
 #include "HostFixture.h"
@@ -31,11 +27,8 @@ namespace {
 using Rows = std::vector<std::vector<std::string>>;
 using Names = std::vector<std::string>;
 
-// Takes a string the platform allocated.
-std::string take(char* text) { std::string result = text ? text : ""; free(text); return result; }
-
-std::string dbPath() { return take(app_get_data_path()) + "zonvista.db"; }
-std::string markerPath() { return take(zon_platform_path("/tmp/.zonvista_ldu")); }
+std::string dbPath() { return takeText(app_get_data_path()) + "zonvista.db"; }
+std::string markerPath() { return takeText(zon_platform_path("/tmp/.zonvista_ldu")); }
 
 // Runs SQL with a connection of its own, as another process would; returns the result rows.
 Rows sql(const std::string& statements)
@@ -56,7 +49,7 @@ Rows sql(const std::string& statements)
 }
 
 int changedFlag() { int value = -1; preference_get_int("ZonDBChanged", &value); return value; }
-std::string status() { char* value = nullptr; preference_get_string("ZonDBStatus", &value); return take(value); }
+std::string status() { char* value = nullptr; preference_get_string("ZonDBStatus", &value); return takeText(value); }
 std::string fileBytes(const std::string& path) { return (std::stringstream() << std::ifstream(path).rdbuf()).str(); }
 
 const Cityinfo& catalogue(int id) { return allCityList[id - 1]; }
@@ -68,19 +61,14 @@ protected:
 	void SetUp() override { HostFixture::SetUp(); db = ZonDBManager::getInstance(); }
 	void TearDown() override { db->finalize(); HostFixture::TearDown(); }
 	void open() { db->initialize(); zon_host_log_clear(); }
-	Names list(bool external = false)
+	// Each listed city by its English name or, in detail, as "<catalogue id> <row id> <zone>".
+	Names list(bool external = false, bool detail = false)
 	{
 		Names result;
-		for (const Cityinfo& city : db->getAllCityList(external))
-			result.push_back(city.cityname_eng);
-		return result;
-	}
-	// (catalogue id, row id, zone) of each listed city.
-	std::vector<std::tuple<int, int, std::string>> rows(bool external = false)
-	{
-		std::vector<std::tuple<int, int, std::string>> result;
-		for (const Cityinfo& city : db->getAllCityList(external))
-			result.emplace_back(city.id, city.dbId, city.timezone_path);
+		for (const Cityinfo& c : db->getAllCityList(external)) {
+			result.push_back(detail ? std::to_string(c.id) + " " + std::to_string(c.dbId) + " " + c.timezone_path
+									: c.cityname_eng);
+		}
 		return result;
 	}
 	// (result, type, temperature, centigrade, updated); untouched out-values read -1 and true.
@@ -121,7 +109,7 @@ TEST_F(CityDatabaseDeathTest, ConstructionSeedsPreferencesOnlyWhenAbsent)
 	}, ::testing::ExitedWithCode(0), "");
 }
 
-TEST_F(CityDatabase, StoredFormatIsTheCreationStatementAndOldTablesGainFiveColumns)
+TEST_F(CityDatabase, StoredFormatIsTheCreationStatementOldTablesGainFiveColumnsChangesAreAnnounced)
 {
 	// A first-release table keeps its rows.
 	sql("CREATE TABLE added_city2(id INTEGER PRIMARY KEY AUTOINCREMENT, city_id INTEGER NOT NULL, "
@@ -145,157 +133,11 @@ TEST_F(CityDatabase, StoredFormatIsTheCreationStatementAndOldTablesGainFiveColum
 	EXPECT_EQ(created, sql(schema));
 	db->initialize();
 	EXPECT_EQ(created, sql(schema));
-}
 
-TEST_F(CityDatabase, RetailResetRunsOncePerBoot)
-{
-	open();
-	db->insert(299, "Tokyo", false);
-	db->insert(299, "Tokyo", true);
-	db->finalize();
-	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
-	int before = changedFlag();
-	db->initialize();
-	EXPECT_EQ((Rows{{"35", "Beijing", "0"}, {"261", "San Francisco", "0"}, {"39", "Berlin", "0"}}),
-		sql("SELECT city_id, english_name, is_external FROM added_city2;"));
-	EXPECT_NE(before, changedFlag());
-	EXPECT_EQ("/tmp/.zonvista_ldu\n", fileBytes(markerPath()));
-
-	// Same boot: the marker is there and the user's changes stay.
-	db->insert(299, "Tokyo", false);
-	db->initialize();
-	EXPECT_EQ(4u, list().size());
-
-	// A reboot empties /tmp.
-	unlink(markerPath().c_str());
-	db->initialize();
-	EXPECT_EQ(kRetailCities, list());
-
-	// A showcase build resets without reading the retail mode.
-	ASSERT_EQ(0, zon_host_set_feature_bool("http://korvath.com/feature/showcase_binary", true));
-	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 0));
-	db->insert(299, "Tokyo", false);
-	unlink(markerPath().c_str());
-	zon_host_log_clear();
-	db->initialize();
-	EXPECT_TRUE(zon_host_log_contains("this is IFA binary!"));
-	EXPECT_FALSE(zon_host_log_contains("vconf_get_int"));
-	EXPECT_EQ(kRetailCities, list());
-}
-
-TEST_F(CityDatabase, NoResetWhenModeIsOffOrMarkerCannotBeWrittenButSetLDUModeForcesIt)
-{
-	open();
-	db->insert(299, "Tokyo", false);
-	db->finalize();
-	// Neither flag: nothing happens; the failed read keeps its misspelt message.
-	db->initialize();
-	EXPECT_TRUE(zon_host_log_contains("vconf_get_int is faled.("));
-	EXPECT_EQ(Names{"Tokyo"}, list());
-
-	// Retail mode, but /tmp cannot hold the marker.
-	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
-	std::string fs = std::string(zon_host_root()) + "/fs";
-	ASSERT_EQ(0, system(("rm -rf '" + fs + "/tmp' && mkdir -p '" + fs + "' && touch '" + fs + "/tmp'").c_str()));
-	db->initialize();
-	EXPECT_TRUE(zon_host_log_contains(".zonvista_ldu file writing is failed."));
-	EXPECT_EQ(Names{"Tokyo"}, list());
-
-	// Any other value than 1 is not retail mode, for setLDUMode too.
-	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 2));
-	db->setLDUMode();
-	EXPECT_EQ(Names{"Tokyo"}, list());
-
-	// In retail mode setLDUMode forces the retail list every time, with or without a marker.
-	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
-	db->insert(299, "Tokyo", true);
-	db->setLDUMode();
-	db->insert(299, "Tokyo", false);
-	db->setLDUMode();
-	EXPECT_EQ(kRetailCities, list());
-	EXPECT_TRUE(list(true).empty());
-}
-
-TEST_F(CityDatabase, ListsKeepInsertionOrderStaySeparateAndMatchTheCatalogueByIdAndExactName)
-{
-	open();
-	db->insert(299, "Tokyo", false);
-	db->insert(39, std::string("Berlin"), false);
-	db->insert(299, "Tokyo", false);
-	db->insert(331, "Zurich", true);
-	db->insert(283, "St. John's", false);
-	sql("INSERT INTO added_city2 VALUES(null, 299, 'Tokio', 0, 0, 0, 0, 0);"
-		"INSERT INTO added_city2 VALUES(null, 999, 'Tokyo', 0, 0, 0, 0, 0);");
-	db->insert(154, "Kingston ", false);
-	db->insert(153, "Kingston", false); // without the catalogue's trailing blank
-
-	EXPECT_EQ((decltype(rows()){{299, 1, "Asia/Tokyo"}, {39, 2, "Europe/Berlin"}, {299, 3, "Asia/Tokyo"},
-				  {283, 5, "America/St_Johns"}, {154, 8, "America/Jamaica"}}),
-		rows());
-	const std::vector<Cityinfo>& main = db->getAllCityList(false);
-	// A listed city is the whole catalogue record, weather fields zero.
-	EXPECT_EQ(std::make_tuple(39, catalogue(39).chinese_index, std::string("Berlin"),
-				  std::string(catalogue(39).cityname_string), std::string("Europe/Berlin"), 0),
-		std::make_tuple(main[1].id, main[1].chinese_index, std::string(main[1].cityname_eng),
-			std::string(main[1].cityname_string), std::string(main[1].timezone_path), main[1].currentTemperature));
-
-	EXPECT_EQ(Names{"Zurich"}, list(true));
-	EXPECT_TRUE(zon_host_log_contains("qery INSERT INTO added_city2 VALUES(null, 331, 'Zurich', 0, 0, 0, 0, 1);"));
-}
-
-TEST_F(CityDatabase, RemoveMatchesAllOfIdNameAndListAndAnnouncesNothing)
-{
-	open();
-	db->insert(299, "Tokyo", false);
-	db->insert(299, "Tokyo", true);
-	db->insert(39, "Berlin", false);
-	int flag = changedFlag();
-
-	db->remove(299, "tokyo", false, true, true);
-	db->remove(39, "Tokyo", false, true, true);
-	EXPECT_EQ(3u, sql("SELECT * FROM added_city2;").size());
-
-	db->remove(299, std::string("Tokyo"));
-	EXPECT_EQ(Names{"Berlin"}, list());
-	EXPECT_EQ(Names{"Tokyo"}, list(true));
-	EXPECT_EQ(flag, changedFlag());
-	EXPECT_TRUE(zon_host_log_contains(
-		"query DELETE FROM 'added_city2' where city_id = 299 and is_external = 0 and english_name = 'Tokyo';"));
-}
-
-TEST_F(CityDatabase, WeatherIsSharedByBothListsAndUpdateReplacesInPlaceAndClearsIt)
-{
-	open();
-	db->insert(299, "Tokyo", false);
-	db->insert(39, "Berlin", false);
-	db->insert(299, "Tokyo", true);
-	db->updateWeatherInfo(299, SNOW, -3, true, 1700000000);
-	for (bool external : {false, true})
-		EXPECT_EQ(std::make_tuple(true, int(SNOW), -3, true, 1700000000), weather(299, external));
-	EXPECT_EQ(std::make_tuple(true, 0, 0, false, 0), weather(39));
-
-	db->update(299, 331, std::string("Zurich"));
-	EXPECT_EQ((decltype(rows()){{331, 1, "Europe/Zurich"}, {39, 2, "Europe/Berlin"}}), rows());
-	EXPECT_EQ((Rows{{"331", "0", "0", "0", "0"}, {"299", "12", "-3", "1", "1700000000"}}),
-		sql("SELECT city_id, weather_type, temparature, is_centigrade, last_update_time FROM added_city2 "
-			"WHERE city_id != 39;"));
-
-	// A city that is not in the list: nothing changes, but the change is still announced.
-	preference_set_string("ZonDBStatus", "ZON_DB_STATUS_NONE");
-	int flag = changedFlag();
-	db->update(140, 39, "Berlin", true);
-	EXPECT_EQ(Names{"Tokyo"}, list(true));
-	EXPECT_EQ("ZON_DB_STATUS_CHANGE", status());
-	EXPECT_NE(flag, changedFlag());
-}
-
-TEST_F(CityDatabase, EveryInsertAndUpdateToggleTheNotification)
-{
-	open();
+	// Every insert and update toggles the notification.
 	// The singleton seeds the key once per process, so another test's device may have had it.
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int("ZonDBChanged", 0));
-	int flag = 0;
-	int calls = 0;
+	int flag = 0, calls = 0;
 	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_changed_cb("ZonDBChanged", [](const char* key, void* data) {
 		if (!strcmp(key, "ZonDBChanged"))
 			++*static_cast<int*>(data);
@@ -324,27 +166,150 @@ TEST_F(CityDatabase, EveryInsertAndUpdateToggleTheNotification)
 	}
 }
 
-TEST_F(CityDatabase, IsExistMatchesCityStringAndGmtText)
+TEST_F(CityDatabase, RetailResetRunsOncePerBootIfTheMarkerCanBeWrittenButSetLDUModeForcesIt)
 {
 	open();
-	EXPECT_FALSE(db->isExist(&catalogue(283), false));
-	db->insert(283, "St. John's", false);
+	db->insert(299, "Tokyo", false);
+	db->insert(299, "Tokyo", true);
+	db->finalize();
+	// Neither flag: nothing happens; the failed read keeps its misspelt message.
+	db->initialize();
+	EXPECT_TRUE(zon_host_log_contains("vconf_get_int is faled.("));
+	EXPECT_EQ(Names{"Tokyo"}, list());
 
-	EXPECT_TRUE(db->isExist(&catalogue(283), false));
-	EXPECT_FALSE(db->isExist(&catalogue(283), true));
-	// Same city id string, other GMT text: the Antigua row, which is not in the list.
-	EXPECT_FALSE(db->isExist(&catalogue(282), false));
-	EXPECT_TRUE(db->isExist("WDS_ZON_MBODY_ST_JOHNS_M_CITY", "whatever", "GMT-3:30", nullptr, false));
-	EXPECT_FALSE(db->isExist("WDS_ZON_MBODY_ST_JOHNS_M_CITY", nullptr, "GMT-4", "America/St_Johns", false));
-	EXPECT_FALSE(db->isExist("NOT_A_CITY", "", "GMT-3:30", "", false));
-	std::string longText(300, 'x');
-	EXPECT_FALSE(db->isExist(longText.c_str(), longText.c_str(), longText.c_str(), longText.c_str(), false));
+	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
+	int before = changedFlag();
+	db->initialize();
+	EXPECT_EQ((Rows{{"35", "Beijing", "0"}, {"261", "San Francisco", "0"}, {"39", "Berlin", "0"}}),
+		sql("SELECT city_id, english_name, is_external FROM added_city2;"));
+	EXPECT_NE(before, changedFlag());
+	EXPECT_EQ("/tmp/.zonvista_ldu\n", fileBytes(markerPath()));
 
-	EXPECT_FALSE(db->isExist(nullptr, false));
-	EXPECT_TRUE(zon_host_log_contains("invalid argument!"));
+	// Same boot: the marker is there and the user's changes stay.
+	db->insert(299, "Tokyo", false);
+	db->initialize();
+	EXPECT_EQ(4u, list().size());
+
+	// A reboot empties /tmp.
+	unlink(markerPath().c_str());
+	db->initialize();
+	EXPECT_EQ(kRetailCities, list());
+
+	// A showcase build resets without reading the retail mode.
+	ASSERT_EQ(0, zon_host_set_feature_bool("http://korvath.com/feature/showcase_binary", true));
+	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 0));
+	db->insert(299, "Tokyo", false);
+	unlink(markerPath().c_str());
+	zon_host_log_clear();
+	db->initialize();
+	EXPECT_TRUE(zon_host_log_contains("this is IFA binary!"));
+	EXPECT_FALSE(zon_host_log_contains("vconf_get_int"));
+	EXPECT_EQ(kRetailCities, list());
+
+	// Retail mode, but /tmp cannot hold the marker.
+	sql("DELETE FROM added_city2;");
+	db->insert(299, "Tokyo", false);
+	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
+	std::string fs = std::string(zon_host_root()) + "/fs";
+	ASSERT_EQ(0, system(("rm -rf '" + fs + "/tmp' && mkdir -p '" + fs + "' && touch '" + fs + "/tmp'").c_str()));
+	db->initialize();
+	EXPECT_TRUE(zon_host_log_contains(".zonvista_ldu file writing is failed."));
+	EXPECT_EQ(Names{"Tokyo"}, list());
+
+	// Any other value than 1 is not retail mode, for setLDUMode too.
+	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 2));
+	db->setLDUMode();
+	EXPECT_EQ(Names{"Tokyo"}, list());
+
+	// A reset cut short (the second predefined city cannot be stored, as on a full disk) leaves
+	// the user's list whole.
+	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
+	sql("CREATE TRIGGER fail_sf BEFORE INSERT ON added_city2 WHEN NEW.city_id = 261 "
+		"BEGIN SELECT RAISE(FAIL, 'disk full'); END;");
+	int flag = changedFlag();
+	db->setLDUMode();
+	EXPECT_EQ(SQLITE_CONSTRAINT, db->lastError());
+	EXPECT_EQ(Names{"Tokyo"}, list());
+	EXPECT_NE(flag, changedFlag());
+	sql("DROP TRIGGER fail_sf;");
+
+	// In retail mode setLDUMode forces the retail list every time, with or without a marker.
+	db->insert(299, "Tokyo", true);
+	db->setLDUMode();
+	db->insert(299, "Tokyo", false);
+	db->setLDUMode();
+	EXPECT_EQ(SQLITE_OK, db->lastError());
+	EXPECT_EQ(kRetailCities, list());
+	EXPECT_TRUE(list(true).empty());
 }
 
-TEST_F(CityDatabase, HostileAndOversizedNamesAreStoredAsText)
+TEST_F(CityDatabase, ListsKeepInsertionOrderStaySeparateAndMatchTheCatalogueByIdAndExactName)
+{
+	open();
+	db->insert(299, "Tokyo", false);
+	db->insert(39, std::string("Berlin"), false);
+	db->insert(299, "Tokyo", false);
+	db->insert(331, "Zurich", true);
+	db->insert(283, "St. John's", false);
+	sql("INSERT INTO added_city2 VALUES(null, 299, 'Tokio', 0, 0, 0, 0, 0);"
+		"INSERT INTO added_city2 VALUES(null, 999, 'Tokyo', 0, 0, 0, 0, 0);");
+	db->insert(154, "Kingston ", false);
+	db->insert(153, "Kingston", false); // without the catalogue's trailing blank
+
+	EXPECT_EQ((Names{"299 1 Asia/Tokyo", "39 2 Europe/Berlin", "299 3 Asia/Tokyo", "283 5 America/St_Johns",
+				  "154 8 America/Jamaica"}),
+		list(false, true));
+	const std::vector<Cityinfo>& main = db->getAllCityList(false);
+	// A listed city is the whole catalogue record, weather fields zero.
+	EXPECT_EQ(std::make_tuple(39, catalogue(39).chinese_index, std::string("Berlin"),
+				  std::string(catalogue(39).cityname_string), std::string("Europe/Berlin"), 0),
+		std::make_tuple(main[1].id, main[1].chinese_index, std::string(main[1].cityname_eng),
+			std::string(main[1].cityname_string), std::string(main[1].timezone_path), main[1].currentTemperature));
+
+	EXPECT_EQ(Names{"Zurich"}, list(true));
+	EXPECT_TRUE(zon_host_log_contains("qery INSERT INTO added_city2 VALUES(null, 331, 'Zurich', 0, 0, 0, 0, 1);"));
+}
+
+TEST_F(CityDatabase, WeatherIsSharedByBothListsUpdateReplacesInPlaceRemoveMatchesExactly)
+{
+	open();
+	db->insert(299, "Tokyo", false);
+	db->insert(39, "Berlin", false);
+	db->insert(299, "Tokyo", true);
+	db->updateWeatherInfo(299, SNOW, -3, true, 1700000000);
+	for (bool external : {false, true})
+		EXPECT_EQ(std::make_tuple(true, int(SNOW), -3, true, 1700000000), weather(299, external));
+	EXPECT_EQ(std::make_tuple(true, 0, 0, false, 0), weather(39));
+
+	db->update(299, 331, std::string("Zurich"));
+	EXPECT_EQ((Names{"331 1 Europe/Zurich", "39 2 Europe/Berlin"}), list(false, true));
+	EXPECT_EQ((Rows{{"331", "0", "0", "0", "0"}, {"299", "12", "-3", "1", "1700000000"}}),
+		sql("SELECT city_id, weather_type, temparature, is_centigrade, last_update_time FROM added_city2 "
+			"WHERE city_id != 39;"));
+
+	// A city that is not in the list: nothing changes, but the change is still announced.
+	preference_set_string("ZonDBStatus", "ZON_DB_STATUS_NONE");
+	int flag = changedFlag();
+	db->update(140, 39, "Berlin", true);
+	EXPECT_EQ(Names{"Tokyo"}, list(true));
+	EXPECT_EQ("ZON_DB_STATUS_CHANGE", status());
+	EXPECT_NE(flag, changedFlag());
+
+	// Removal matches id, name and list all at once, and announces nothing.
+	db->insert(299, "Tokyo", false);
+	flag = changedFlag();
+	db->remove(299, "tokyo", false, true, true);
+	db->remove(39, "Tokyo", false, true, true);
+	EXPECT_EQ(4u, sql("SELECT * FROM added_city2;").size());
+	db->remove(299, std::string("Tokyo"));
+	EXPECT_EQ((Names{"Zurich", "Berlin"}), list());
+	EXPECT_EQ(Names{"Tokyo"}, list(true));
+	EXPECT_EQ(flag, changedFlag());
+	EXPECT_TRUE(zon_host_log_contains(
+		"query DELETE FROM 'added_city2' where city_id = 299 and is_external = 0 and english_name = 'Tokyo';"));
+}
+
+TEST_F(CityDatabase, HostileAndOversizedNamesAreStoredAsTextAndIsExistMatchesCityStringAndGmtText)
 {
 	open();
 	db->insert(299, "Tokyo", false);
@@ -367,9 +332,26 @@ TEST_F(CityDatabase, HostileAndOversizedNamesAreStoredAsText)
 	db->insert(299, static_cast<const char*>(nullptr), false);
 	EXPECT_EQ(4u, sql("SELECT * FROM added_city2;").size());
 	EXPECT_NE(flag, changedFlag());
+
+	// isExist() matches the city string and the GMT text.
+	EXPECT_FALSE(db->isExist(&catalogue(283), false));
+	db->insert(283, "St. John's", false);
+
+	EXPECT_TRUE(db->isExist(&catalogue(283), false));
+	EXPECT_FALSE(db->isExist(&catalogue(283), true));
+	// Same city id string, other GMT text: the Antigua row, which is not in the list.
+	EXPECT_FALSE(db->isExist(&catalogue(282), false));
+	EXPECT_TRUE(db->isExist("WDS_ZON_MBODY_ST_JOHNS_M_CITY", "whatever", "GMT-3:30", nullptr, false));
+	EXPECT_FALSE(db->isExist("WDS_ZON_MBODY_ST_JOHNS_M_CITY", nullptr, "GMT-4", "America/St_Johns", false));
+	EXPECT_FALSE(db->isExist("NOT_A_CITY", "", "GMT-3:30", "", false));
+	std::string longText(300, 'x');
+	EXPECT_FALSE(db->isExist(longText.c_str(), longText.c_str(), longText.c_str(), longText.c_str(), false));
+
+	EXPECT_FALSE(db->isExist(nullptr, false));
+	EXPECT_TRUE(zon_host_log_contains("invalid argument!"));
 }
 
-TEST_F(CityDatabase, ClosedDatabaseIsHarmless)
+TEST_F(CityDatabase, ClosedDatabaseIsHarmlessAndForeignOrUnopenableFilesAreLeftAlone)
 {
 	// Before initialize() and after finalize() alike.
 	for (int round = 0; round < 2; ++round) {
@@ -396,10 +378,9 @@ TEST_F(CityDatabase, ClosedDatabaseIsHarmless)
 	}
 	open();
 	EXPECT_EQ(Names{"Tokyo"}, list());
-}
+	db->finalize();
 
-TEST_F(CityDatabase, ForeignOrUnopenableFilesAreLoggedAndLeftAlone)
-{
+	// A foreign file is logged and left alone.
 	std::string garbage = "this is not a database, just text that happens to sit there\n" + std::string(5000, '\x7f');
 	std::ofstream(dbPath(), std::ios::binary) << garbage;
 	db->initialize();
@@ -417,20 +398,21 @@ TEST_F(CityDatabase, ForeignOrUnopenableFilesAreLoggedAndLeftAlone)
 	db->insert(299, "Tokyo", false);
 	EXPECT_TRUE(list().empty());
 	db->finalize();
-	std::string dir = take(app_get_data_path());
+	std::string dir = takeText(app_get_data_path());
 	ASSERT_EQ(0, system(("rm -rf '" + dir + "' && touch '" + dir.substr(0, dir.size() - 1) + "'").c_str()));
 	db->initialize();
 	EXPECT_EQ(2u, zon_host_log_count_matching("open database is failed."));
 	EXPECT_TRUE(list().empty());
 }
 
-TEST_F(CityDatabase, UnopenableLogFileReadsAsAFailureNotAnEmptyList)
+TEST_F(CityDatabase, AnUnopenableLogOrALockedFileFailsWithTheReasonWhileReadersGoOn)
 {
 	open();
 	db->insert(299, "Tokyo", false);
 	EXPECT_EQ(SQLITE_OK, db->lastError());
 	db->finalize();
-	// Root ignores file modes: send the write-ahead log into a directory that does not exist.
+	// An unopenable write-ahead log reads as a failure, not as an empty list. Root ignores file
+	// modes: send the log into a directory that does not exist.
 	ASSERT_EQ(0, symlink("/nonexistent-zon-host-dir/wal", (dbPath() + "-wal").c_str()));
 
 	db->initialize();
@@ -443,12 +425,8 @@ TEST_F(CityDatabase, UnopenableLogFileReadsAsAFailureNotAnEmptyList)
 	db->finalize();
 	unlink((dbPath() + "-wal").c_str());
 	EXPECT_EQ((Rows{{"1", "299", "Tokyo", "0", "0", "0", "0", "0"}}), sql("SELECT * FROM added_city2;"));
-}
 
-TEST_F(CityDatabase, ALockedFileWaitsThenFailsWithTheReasonWhileReadersGoOn)
-{
 	open();
-	db->insert(299, "Tokyo", false);
 	sqlite3* other = nullptr;
 	ASSERT_EQ(SQLITE_OK, sqlite3_open(dbPath().c_str(), &other));
 	ASSERT_EQ(SQLITE_OK, sqlite3_exec(other, "BEGIN EXCLUSIVE; INSERT INTO added_city2 VALUES(null, 39, 'Berlin', 0, 0, 0, 0, 0);",
@@ -479,24 +457,4 @@ TEST_F(CityDatabase, ALockedFileWaitsThenFailsWithTheReasonWhileReadersGoOn)
 	EXPECT_TRUE(db->commitTransaction());
 	EXPECT_EQ(Names{"Berlin"}, list());
 	EXPECT_EQ((Rows{{"wal"}}), sql("PRAGMA journal_mode;"));
-}
-
-TEST_F(CityDatabase, RetailResetCutShortLeavesTheUserListWhole)
-{
-	open();
-	db->insert(299, "Tokyo", false);
-	// The second predefined city cannot be stored, as on a full disk.
-	sql("CREATE TRIGGER fail_sf BEFORE INSERT ON added_city2 WHEN NEW.city_id = 261 "
-		"BEGIN SELECT RAISE(FAIL, 'disk full'); END;");
-	ASSERT_EQ(0, vconf_set_int("db/retailmode/enabled", 1));
-	int flag = changedFlag();
-	db->setLDUMode();
-	EXPECT_EQ(SQLITE_CONSTRAINT, db->lastError());
-	EXPECT_EQ(Names{"Tokyo"}, list());
-	EXPECT_NE(flag, changedFlag());
-
-	sql("DROP TRIGGER fail_sf;");
-	db->setLDUMode();
-	EXPECT_EQ(SQLITE_OK, db->lastError());
-	EXPECT_EQ(kRetailCities, list());
 }

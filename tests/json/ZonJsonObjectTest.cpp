@@ -6,9 +6,7 @@
 #include <list>
 #include <string>
 
-#include <gtest/gtest.h>
 #include <json-glib/json-glib.h>
-#include <zon-host/zon_host.h>
 
 #include "JsonFixture.h"
 #include "ZonJsonBuilder.h"
@@ -26,37 +24,31 @@ ZonJsonObject wrap(JsonObject* object)
 
 ZonJsonObject fresh() { return wrap(json_object_new()); }
 
-std::string text(ZonJsonObject& object)
+// What an object or a builder writes over a stale text.
+template <class Writer> std::string text(Writer& writer)
 {
-	std::string message;
-	object.getJsonMessage(message);
+	std::string message = "stale";
+	writer.getJsonMessage(message);
 	return message;
 }
 
 class ZonJsonObjectTest : public JsonFixture {};
 
-TEST_F(ZonJsonObjectTest, AbsentMembersLeaveEveryOutParameterAlone)
+TEST_F(ZonJsonObjectTest, AbsentMembersAreNoAnswerEmptyWrappersTakeNoneMembersAndCopiesShare)
 {
 	ZonJsonObject sentinel = fresh();
 	ZonJsonObject empty;
 	ZonJsonObject present = fresh();
 	present.addIntegerMember("other", 1);
 	for (ZonJsonObject* object : {&empty, &present}) {
-		std::string s = "default";
-		int i = -7;
-		bool b = true;
-		unsigned long long u = 42;
-		ZonJsonObject o = sentinel;
-		std::list<ZonJsonObject> l(1, sentinel);
 		EXPECT_FALSE(object->hasMember("missing"));
-		object->getStringValue("missing", s);
-		object->getIntegerValue("missing", i);
-		object->getBooleanValue("missing", b);
-		object->getUnsignedLongLongValue("missing", u);
-		object->getObjectValue("missing", o);
-		object->getArrayObject("missing", l);
-		EXPECT_TRUE(s == "default" && i == -7 && b && u == 42);
-		EXPECT_EQ(sentinel.getJsonObject(), o.getJsonObject());
+		EXPECT_EQ("default", fetch(*object, &ZonJsonObject::getStringValue, "missing", "default"));
+		EXPECT_EQ(-7, fetch(*object, &ZonJsonObject::getIntegerValue, "missing", -7));
+		EXPECT_TRUE(fetch(*object, &ZonJsonObject::getBooleanValue, "missing", true));
+		EXPECT_EQ(42u, fetch(*object, &ZonJsonObject::getUnsignedLongLongValue, "missing", 42));
+		EXPECT_EQ(sentinel.getJsonObject(),
+			fetch(*object, &ZonJsonObject::getObjectValue, "missing", sentinel).getJsonObject());
+		std::list<ZonJsonObject> l = fetch(*object, &ZonJsonObject::getArrayObject, "missing", {sentinel});
 		EXPECT_TRUE(l.size() == 1 && l.front().getJsonObject() == sentinel.getJsonObject());
 	}
 	std::string untouched = "untouched";
@@ -64,61 +56,9 @@ TEST_F(ZonJsonObjectTest, AbsentMembersLeaveEveryOutParameterAlone)
 	EXPECT_EQ("untouched", untouched) << "an empty wrapper has nothing to write";
 	empty.removeMember("missing");
 	EXPECT_EQ(0u, zon_host_log_count());
-}
+	EXPECT_DEATH(empty.addStringMember("a", "b"), "_jsonObject != nullptr") << "adding is a programming error";
 
-TEST_F(ZonJsonObjectTest, MistypedMembersReadAsJsonGlibAnswers)
-{
-	// One for reading a number as an object, one for reading it as an array.
-	expectJsonGlibWarnings(2);
-	ZonJsonObject object = fresh();
-	object.addIntegerMember("number", 12);
-	object.addStringMember("text", "12");
-	object.addObjectMember("nothing", ZonJsonObject());
-
-	std::string s = "default";
-	object.getStringValue("number", s);
-	EXPECT_EQ("", s) << "JSON-GLib's null string must not reach std::string";
-	int i = -1;
-	object.getIntegerValue("text", i);
-	EXPECT_EQ(0, i);
-
-	ZonJsonObject o = fresh();
-	object.getObjectValue("number", o);
-	EXPECT_EQ(nullptr, o.getJsonObject());
-
-	std::list<ZonJsonObject> l(2);
-	object.getArrayObject("number", l);
-	object.getArrayObject("nothing", l);
-	EXPECT_EQ(2u, l.size());
-	EXPECT_TRUE(zon_host_log_contains("\033[0;31m* Critical * json_object_get_array_member(number) failed.\033[0;m"));
-	EXPECT_TRUE(zon_host_log_contains("json_object_get_array_member(nothing) failed."));
-}
-
-TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideAndTruncatedToInt)
-{
-	JsonObject* raw = json_object_new();
-	json_object_set_int_member(raw, "big", (G_GINT64_CONSTANT(1) << 32) + 5);
-	ZonJsonObject object = wrap(raw);
-	object.addIntegerMember("min", INT_MIN);
-	object.addUnsignedLongLongMember("max", ULLONG_MAX);
-	object.addUnsignedLongLongMember("high", 1ULL << 63);
-
-	int i = 0;
-	object.getIntegerValue("big", i);
-	EXPECT_EQ(5, i);
-	unsigned long long u = 0;
-	object.getUnsignedLongLongValue("big", u);
-	EXPECT_EQ((1ULL << 32) + 5, u);
-	object.getUnsignedLongLongValue("max", u);
-	EXPECT_EQ(ULLONG_MAX, u);
-	object.getIntegerValue("max", i);
-	EXPECT_EQ(-1, i);
-	EXPECT_EQ(G_MININT64, json_object_get_int_member(raw, "high")) << "a signed reader sees the sign bit";
-	EXPECT_EQ(R"({"big":4294967301,"min":-2147483648,"max":-1,"high":-9223372036854775808})", text(object));
-}
-
-TEST_F(ZonJsonObjectTest, ObjectAndArrayMembersAreSharedNotCopied)
-{
+	// Object and array members are shared, not copied.
 	ZonJsonObject parent = fresh();
 	ZonJsonObject child = fresh();
 	parent.addObjectMember("child", child);
@@ -134,19 +74,15 @@ TEST_F(ZonJsonObjectTest, ObjectAndArrayMembersAreSharedNotCopied)
 	items.front().addBooleanMember("late", true);
 	EXPECT_EQ(R"({"child":{"late":"seen"},"items":[{"n":0,"late":true},{"n":1},{"n":2}],"none":[]})", text(parent));
 
-	ZonJsonObject readBack;
-	parent.getObjectValue("child", readBack);
+	ZonJsonObject readBack = fetch(parent, &ZonJsonObject::getObjectValue, "child");
 	EXPECT_EQ(child.getJsonObject(), readBack.getJsonObject());
 	std::list<ZonJsonObject> listed(1);
 	parent.getArrayObject("items", listed);
 	parent.getArrayObject("none", listed);
 	ASSERT_EQ(4u, listed.size()) << "appended after what the list held; an empty array adds nothing";
 	int n = -1;
-	for (auto it = std::next(listed.begin()); it != listed.end(); ++it) {
-		int value = -1;
-		it->getIntegerValue("n", value);
-		EXPECT_EQ(++n, value);
-	}
+	for (auto it = std::next(listed.begin()); it != listed.end(); ++it)
+		EXPECT_EQ(++n, fetch(*it, &ZonJsonObject::getIntegerValue, "n", -1));
 	listed.back().removeMember("n");
 	parent.addStringMember("child", "replaced");
 
@@ -156,10 +92,8 @@ TEST_F(ZonJsonObjectTest, ObjectAndArrayMembersAreSharedNotCopied)
 	items.clear();
 	EXPECT_EQ(0u, json_object_get_size(last));
 	EXPECT_EQ(R"({"late":"seen"})", text(readBack));
-}
 
-TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeld)
-{
+	// Assignment keeps every object it held.
 	JsonObject* firstRaw = nullptr;
 	ZonJsonObject second = fresh();
 	{
@@ -185,14 +119,10 @@ TEST_F(ZonJsonObjectTest, AssignmentKeepsEveryObjectItHeld)
 	only.setJsonObject(only.getJsonObject());
 	only.addStringMember("still", "alive");
 	EXPECT_EQ(R"({"still":"alive"})", text(only));
-}
 
-TEST_F(ZonJsonObjectTest, BuilderWritesCompactTextAndCopiesShare)
-{
+	// The builder writes compact text, and its copies share what they build.
 	ZonJsonBuilder builder;
-	std::string message = "stale";
-	builder.getJsonMessage(message);
-	EXPECT_EQ("{}", message);
+	EXPECT_EQ("{}", text(builder));
 
 	builder.addStringMember("name", "a \"quoted\"\nline\t/ü");
 	builder.addBooleanMember("on", true);
@@ -205,17 +135,41 @@ TEST_F(ZonJsonObjectTest, BuilderWritesCompactTextAndCopiesShare)
 	ZonJsonBuilder& alias = assigned;
 	assigned = copy;
 	assigned = alias;
-	builder.getJsonMessage(message);
-	EXPECT_EQ(R"({"name":"a \"quoted\"\nline\t/ü","on":true,"n":4,"t":1700000000123,"copy":false})", message);
-	std::string assignedMessage;
-	assigned.getJsonMessage(assignedMessage);
-	EXPECT_EQ(message, assignedMessage);
+	EXPECT_EQ(R"({"name":"a \"quoted\"\nline\t/ü","on":true,"n":4,"t":1700000000123,"copy":false})",
+		text(builder));
+	EXPECT_EQ(text(builder), text(assigned));
 }
 
-TEST_F(ZonJsonObjectTest, AddingToAnEmptyWrapperIsAProgrammingError)
+TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideTruncatedToIntAndMistypedReadsAnswerAsJsonGlib)
 {
-	ZonJsonObject empty;
-	EXPECT_DEATH(empty.addStringMember("a", "b"), "_jsonObject != nullptr");
-}
+	JsonObject* raw = json_object_new();
+	json_object_set_int_member(raw, "big", (G_GINT64_CONSTANT(1) << 32) + 5);
+	ZonJsonObject object = wrap(raw);
+	object.addIntegerMember("min", INT_MIN);
+	object.addUnsignedLongLongMember("max", ULLONG_MAX);
+	object.addUnsignedLongLongMember("high", 1ULL << 63);
 
+	EXPECT_EQ(5, fetch(object, &ZonJsonObject::getIntegerValue, "big"));
+	EXPECT_EQ((1ULL << 32) + 5, fetch(object, &ZonJsonObject::getUnsignedLongLongValue, "big"));
+	EXPECT_EQ(ULLONG_MAX, fetch(object, &ZonJsonObject::getUnsignedLongLongValue, "max"));
+	EXPECT_EQ(-1, fetch(object, &ZonJsonObject::getIntegerValue, "max"));
+	EXPECT_EQ(G_MININT64, json_object_get_int_member(raw, "high")) << "a signed reader sees the sign bit";
+	EXPECT_EQ(R"({"big":4294967301,"min":-2147483648,"max":-1,"high":-9223372036854775808})", text(object));
+
+	// Mistyped members read as JSON-GLib answers them. It warns once for reading a number as an
+	// object, once for reading it as an array.
+	expectJsonGlibWarnings(2);
+	object.addStringMember("text", "12");
+	object.addObjectMember("nothing", ZonJsonObject());
+	EXPECT_EQ("", fetch(object, &ZonJsonObject::getStringValue, "min", "default"))
+		<< "JSON-GLib's null string must not reach std::string";
+	EXPECT_EQ(0, fetch(object, &ZonJsonObject::getIntegerValue, "text", -1));
+	EXPECT_EQ(nullptr, fetch(object, &ZonJsonObject::getObjectValue, "min", fresh()).getJsonObject());
+	std::list<ZonJsonObject> l(2);
+	object.getArrayObject("min", l);
+	object.getArrayObject("nothing", l);
+	EXPECT_EQ(2u, l.size());
+	EXPECT_TRUE(zon_host_log_contains("\033[0;31m* Critical * json_object_get_array_member(min) failed.\033[0;m"));
+	EXPECT_TRUE(zon_host_log_contains("json_object_get_array_member(nothing) failed."));
+}
 }

@@ -10,10 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include <zon-host/zon_host.h>
-
 #include "HostFixture.h"
 #include "ZonMapGmtInfoManager.h"
 
@@ -23,28 +19,17 @@ namespace {
 const std::vector<int> kStarts = {0, 13, 29, 95, 134, 145, 197, 216, 255, 274, 310, 352, 387, 450, 468,
 	483, 503, 521, 533, 541, 549, 558, 610, 629, 680, 717, 747, 779, 798};
 
-class MapGmtInfoManagerTest : public HostFixture {
-protected:
-	void SetUp() override
-	{
-		HostFixture::SetUp();
-		map = ZonMapGmtInfoManager::getInstance();
-	}
+using MapGmtInfoManagerTest = HostFixture;
 
+TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsWrapAroundAndAreFoundByPositionOrGmtText)
+{
+	ZonMapGmtInfoManager* map = ZonMapGmtInfoManager::getInstance();
 	// Puts the current band at index by its left edge.
-	void selectBand(int index) { map->getDetailedPosX(kStarts[index]); }
-
-	int currentBand()
-	{
+	auto selectBand = [map](int index) { map->getDetailedPosX(kStarts[index]); };
+	auto currentBand = [map] {
 		auto at = std::find(kStarts.begin(), kStarts.end(), map->getStartPosX());
 		return at == kStarts.end() ? -1 : static_cast<int>(at - kStarts.begin());
-	}
-
-	ZonMapGmtInfoManager* map = nullptr;
-};
-
-TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsAndWrapAround)
-{
+	};
 	ASSERT_EQ(29, map->size());
 	selectBand(20);
 	EXPECT_EQ("+5.75", map->getTitleGmt());
@@ -59,20 +44,7 @@ TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsAndWrap
 	map->decreaseIndex();
 	EXPECT_EQ(28, currentBand());
 
-	// Header ids cover the bands, but not GMT-4:30.
-	for (int i = 0; i < 29; ++i) {
-		selectBand(i);
-		EXPECT_NE("", map->getFormattedGmtOfCityinfo(map->getGmtOfCityinfo())) << "band " << i;
-	}
-	EXPECT_EQ("WDS_ZON_HEADER_GMT_03_C30_ABB", map->getFormattedGmtOfCityinfo("GMT-3:30"));
-	EXPECT_EQ("WDS_ZON_HEADER_GMTPLUS05_C45_ABB", map->getFormattedGmtOfCityinfo("GMT+5:45"));
-	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT-4:30"));
-	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT+14"));
-}
-
-TEST_F(MapGmtInfoManagerTest, ScrollPositionPicksTheNearestLeftEdge)
-{
-	// Every position of the map against the nearest edge worked out over all bands: ties go to
+	// A scroll position picks the nearest left edge, worked out here over all bands: ties go to
 	// the lower band (21 lies 8 from 13 and 29), and off the map on either side is the last band.
 	for (int x = -5; x <= 900; ++x) {
 		const bool onMap = x >= 0 && x <= kStarts.back();
@@ -86,10 +58,18 @@ TEST_F(MapGmtInfoManagerTest, ScrollPositionPicksTheNearestLeftEdge)
 		map->updateIndexOnScroll(x);
 		EXPECT_EQ(nearest, currentBand()) << "posX " << x;
 	}
-}
 
-TEST_F(MapGmtInfoManagerTest, GmtTextSelectsItsBandOrTheWholeHourNearerToZero)
-{
+	// Header ids cover the bands, but not GMT-4:30.
+	for (int i = 0; i < 29; ++i) {
+		selectBand(i);
+		EXPECT_NE("", map->getFormattedGmtOfCityinfo(map->getGmtOfCityinfo())) << "band " << i;
+	}
+	EXPECT_EQ("WDS_ZON_HEADER_GMT_03_C30_ABB", map->getFormattedGmtOfCityinfo("GMT-3:30"));
+	EXPECT_EQ("WDS_ZON_HEADER_GMTPLUS05_C45_ABB", map->getFormattedGmtOfCityinfo("GMT+5:45"));
+	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT-4:30"));
+	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT+14"));
+
+	// A GMT text selects its band, or the whole hour nearer to zero.
 	const std::pair<const char*, int> cases[] = {
 		{"GMT+9:30", 24}, {"GMT-4:30", 7}, {"GMT-3:30", 8}, {"GMT+6:30", 21}, {"GMT+5:45", 20},
 		{"GMT-11", 0}, {"GMT+13", 28},
@@ -113,39 +93,27 @@ TEST_F(MapGmtInfoManagerTest, GmtTextSelectsItsBandOrTheWholeHourNearerToZero)
 
 // ---- construction, each in a new process ----
 
-class MapDeviceBandTest : public MapGmtInfoManagerTest {
-protected:
-	void SetUp() override
-	{
-		GTEST_FLAG_SET(death_test_style, "threadsafe");
-		HostFixture::SetUp();
-		// Error lines of the child go to its standard error, where the expectation reads them.
-		setEnv("ZON_HOST_LOG", nullptr);
-		link = rootPath("fs/opt/etc/localtime");
-		zon_host_root(); // a new device gets its link here
-	}
+using MapDeviceBandTest = HostFixture;
 
+TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLinkWithOrWithoutResources)
+{
+	GTEST_FLAG_SET(death_test_style, "threadsafe");
+	// Error lines of the child go to its standard error, where the expectation reads them.
+	setEnv("ZON_HOST_LOG", nullptr);
+	const std::string link = rootPath("fs/opt/etc/localtime");
+	zon_host_root(); // a new device gets its link here
 	// nullptr: no link at all.
-	void pointLinkAt(const char* target)
-	{
+	auto pointLinkAt = [&link](const char* target) {
 		unlink(link.c_str());
 		ASSERT_TRUE(!target || symlink(target, link.c_str()) == 0);
-	}
-
+	};
 	// Builds the manager and reports the band it starts on, then leaves the child's device.
-	[[noreturn]] void reportStartBand()
-	{
+	auto reportStartBand = [this] {
 		ZonMapGmtInfoManager* fresh = ZonMapGmtInfoManager::getInstance();
 		fprintf(stderr, "start=%d image=%s;\n", fresh->getStartPosX(), fresh->getImgPath().c_str());
 		removeTree(root());
 		exit(0);
-	}
-
-	std::string link;
-};
-
-TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLinkWithOrWithoutResources)
-{
+	};
 	const std::pair<const char*, int> cases[] = {
 		{"Asia/Kathmandu", 549},     // GMT+5:45, a band of its own
 		{"Asia/Rangoon", 558},       // GMT+6:30, cut to GMT+6
@@ -170,6 +138,5 @@ TEST_F(MapDeviceBandTest, DeviceZoneFromTheLocalTimeLinkWithOrWithoutResources)
 		},
 		::testing::ExitedWithCode(0), "start=549 image=images/zonvista_dot_image/zonvista_dot_gmt_plus_5.75.png;");
 }
-
 
 } // namespace

@@ -1,7 +1,8 @@
 // WSignal's delivery rules when listeners change the signal they are called from, the ids behind
 // them, and listeners bound to the lifetime of real toolkit objects. The sanitizer builds are what
 // make the bindings bite: a deletion callback left on an object after its listener is gone is a
-// use-after-free the moment the object is deleted.
+// use-after-free the moment the object is deleted. Last, the application event hub built on it: a
+// process-wide singleton, so its test removes what it registered.
 
 #include <memory>
 #include <stdexcept>
@@ -11,22 +12,45 @@
 #include <WSignal.h>
 #include <WSignalIdGenerator.h>
 
+#include "AppEventListener.h"
+#include "AppEventManager.h"
 #include "ToolkitFixture.h"
 
 using app_trellis::WSignal;
 using Signal = WSignal<void(int)>;
 using Trace = std::vector<std::string>;
 using Action = std::function<void(int)>;
+using Event = AppEventManager::EventType;
 
 namespace {
 
-// A listener that records "<name><event>" into the trace, then runs an optional action.
+// A listener that records "<name><event>" into the trace, then runs an optional action; the
+// event hub's listener objects record the same way.
 Signal::Callback recorder(Trace& trace, const std::string& name, Action action = nullptr)
 {
 	return [&trace, name, action](int event) {
 		trace.push_back(name + std::to_string(event));
 		if (action)
 			action(event);
+	};
+}
+
+class NamedListener : public AppEventListener {
+public:
+	NamedListener(Trace& log, std::string name) : _log(&log), _name(std::move(name)) {}
+	void onEvent(Event event) override { _log->push_back(_name + std::to_string(event)); }
+
+private:
+	Trace* _log;
+	std::string _name;
+};
+
+// An action for one event only.
+Action only(int event, std::function<void()> action)
+{
+	return [event, action](int received) {
+		if (received == event)
+			action();
 	};
 }
 
@@ -63,7 +87,7 @@ protected:
 
 using SignalReentrancy = SignalFixture<HostFixture>;
 
-TEST_F(SignalReentrancy, RemovalOfSelfAndOthersDuringEmissionKeepsTheIdOrder)
+TEST_F(SignalReentrancy, RemovalActsAtOnceAdditionAtTheNextEventAndDestructionOrThrowEndsTheEmission)
 {
 	WSignal_ListenerId self = 0, first = 0, later = 0;
 	add("a");
@@ -104,14 +128,11 @@ TEST_F(SignalReentrancy, RemovalOfSelfAndOthersDuringEmissionKeepsTheIdOrder)
 	signal.removeListener(ids[0]);
 	EXPECT_TRUE(ids[4] < f && f < add("g"));
 	EXPECT_EQ((Trace{"c0", "e0", "f0", "g0"}), fire(0));
-}
 
-TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEvent)
-{
+	// Adding during an emission waits for the next event.
+	signal.removeAllListeners();
 	WSignal_ListenerId added = 0;
-	add("adder", [&](int event) {
-		if (event != 1)
-			return;
+	add("adder", only(1, [&] {
 		added = add("added");
 		EXPECT_TRUE(signal.isValid(added));
 		EXPECT_EQ(3, signal.getListenerCount());
@@ -119,7 +140,7 @@ TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEvent)
 		signal.removeListener(added);
 		EXPECT_TRUE(loggedAlreadyRemoved(added));
 		EXPECT_TRUE(signal.isValid(added));
-	});
+	}));
 	add("b");
 	EXPECT_EQ((Trace{"adder1", "b1"}), fire(1));
 	EXPECT_EQ((Trace{"adder2", "b2", "added2"}), fire(2));
@@ -128,42 +149,33 @@ TEST_F(SignalReentrancy, AddingDuringEmissionWaitsForTheNextEvent)
 
 	// Clearing from inside drops even what was added during the emission, but not what follows.
 	signal.removeAllListeners();
-	add("clear", [&](int event) {
-		if (event != 1)
-			return;
+	add("clear", only(1, [&] {
 		add("dropped");
 		signal.removeAllListeners();
 		EXPECT_EQ(0, signal.getListenerCount());
 		add("afterClear");
-	});
+	}));
 	add("skipped");
 	EXPECT_EQ((Trace{"clear1"}), fire(1));
 	EXPECT_EQ((Trace{"afterClear2"}), fire(2));
-}
 
-TEST_F(SignalReentrancy, NestedEmissionDefersBookkeepingToTheOutermost)
-{
+	// A nested emission defers its bookkeeping to the outermost one.
+	signal.removeAllListeners();
 	WSignal_ListenerId victim = 0;
-	add("nest", [&](int event) {
-		if (event == 1)
-			signal.emit(2);
-	});
-	add("mid", [&](int event) {
-		if (event != 2)
-			return;
+	add("nest", only(1, [&] { signal.emit(2); }));
+	add("mid", only(2, [&] {
 		signal.removeListener(victim);
 		add("inner");
-	});
+	}));
 	victim = add("victim");
 	add("tail");
 	// The removal inside the nested emission holds for the rest of the outer one; the addition
 	// waits until the outer one is over.
 	EXPECT_EQ((Trace{"nest1", "nest2", "mid2", "tail2", "mid1", "tail1"}), fire(1));
 	EXPECT_EQ((Trace{"nest3", "mid3", "tail3", "inner3"}), fire(3));
-}
 
-TEST_F(SignalReentrancy, DestroyedByItsOwnListener)
-{
+	// A signal destroyed by its own listener, or a throwing listener, still ends the emission.
+	signal.removeAllListeners();
 	for (int depth : {1, 2}) {
 		SCOPED_TRACE(depth == 1 ? "plain emission" : "nested emission");
 		auto* doomed = new Signal;
@@ -185,17 +197,12 @@ TEST_F(SignalReentrancy, DestroyedByItsOwnListener)
 		EXPECT_TRUE(watch.expired());
 		EXPECT_EQ(depth == 1 ? (Trace{"nest1", "killer1"}) : (Trace{"nest1", "nest2", "killer2"}), seen);
 	}
-}
 
-TEST_F(SignalReentrancy, ThrowingListenerStillEndsTheEmission)
-{
-	WSignal_ListenerId removed = 0, added = 0;
-	add("a", [&](int event) {
-		if (event == 1) {
-			signal.removeListener(removed);
-			added = add("added");
-		}
-	});
+	WSignal_ListenerId removed = 0;
+	add("a", only(1, [&] {
+		signal.removeListener(removed);
+		added = add("added");
+	}));
 	WSignal_ListenerId empty = signal.addListener(Signal::Callback());
 	removed = add("removed");
 	EXPECT_THROW(signal.emit(1), std::bad_function_call);
@@ -232,17 +239,15 @@ protected:
 	Evas_Object* rectangle() { return evas_object_rectangle_add(evas()); }
 };
 
-TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmission)
+TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmissionOrOutsideAndListenersAndSignalsLetGoOfThem)
 {
 	Evas_Object *own = button(), *later = rectangle(), *earlier = rectangle();
 	add("earlier", nullptr, earlier);
-	WSignal_ListenerId self = add("deleter", [&](int event) {
-		if (event != 1)
-			return;
+	WSignal_ListenerId self = add("deleter", only(1, [&] {
 		evas_object_del(later);
 		evas_object_del(earlier);
 		evas_object_del(own);   // the object of the listener that is running
-	}, own);
+	}), own);
 	WSignal_ListenerId skipped = add("later", nullptr, later);
 	add("tail");
 	EXPECT_EQ((Trace{"earlier1", "deleter1", "tail1"}), fire(1));
@@ -252,20 +257,18 @@ TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmission)
 
 	// Deleted before the listener added for it became active.
 	Evas_Object* object = button();
-	add("adder", [&](int event) {
-		if (event != 3)
-			return;
+	add("adder", only(3, [&] {
 		WSignal_ListenerId pending = add("pending", nullptr, object);
 		evas_object_del(object);
 		EXPECT_FALSE(signal.isValid(pending));
-	});
+	}));
 	EXPECT_EQ((Trace{"tail3", "adder3"}), fire(3));
 	EXPECT_EQ((Trace{"tail4", "adder4"}), fire(4));
 	EXPECT_EQ(2, signal.getListenerCount());
-}
 
-TEST_F(SignalObjectBinding, ListenersSignalsAndTheirObjectsLetGoOfEachOther)
-{
+	// Listeners, signals and their objects let go of each other.
+	signal.removeAllListeners();
+	zon_host_log_clear();
 	Evas_Object* shared = button();
 	add("free");
 	WSignal_ListenerId first = add("first", nullptr, shared);
@@ -310,3 +313,32 @@ TEST_F(SignalObjectBinding, ListenersSignalsAndTheirObjectsLetGoOfEachOther)
 	EXPECT_EQ(0, signal.getListenerCount());
 }
 
+using AppEventHub = SignalFixture<HostFixture>;
+
+TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistrationAndCopies)
+{
+	AppEventManager* hub = AppEventManager::getInstance();
+	WSignal_ListenerId first = hub->addListener([&](Event e) { trace.push_back("fn" + std::to_string(e)); });
+	{
+		NamedListener object(trace, "obj");
+		WSignal_ListenerId last = hub->addListener([&](Event e) { trace.push_back("last" + std::to_string(e)); });
+		hub->propagateEvent(AppEventManager::WEATHER_PACKAGE_STATE_CHANGED);
+		EXPECT_EQ((Trace{"fn7", "obj7", "last7"}), trace);
+		hub->removeListener(last);
+	}
+	trace.clear();
+	hub->propagateEvent(AppEventManager::FONT_CHANGED);
+	EXPECT_EQ((Trace{"fn0"}), trace);
+	hub->removeListener(first);
+	trace.clear();
+
+	// A copy has its own registration; an assigned one takes the name and keeps its own.
+	auto original = std::make_unique<NamedListener>(trace, "a");
+	NamedListener copy(*original);
+	NamedListener assigned(trace, "b");
+	assigned = copy;
+	original.reset();
+	hub->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
+	EXPECT_EQ((Trace{"a3", "a3"}), trace);
+	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
+}
