@@ -1,15 +1,7 @@
-#include <string.h>
-
-#include <memory>
-#include <string>
-#include <tuple>
-
-#include <gtest/gtest.h>
 #include <unicode/alphaindex.h>
 
 #include "TimeTestSupport.h"
 #include "ZonAlphabeticIndex.h"
-#include "ZonCityList.h"
 
 namespace {
 
@@ -82,16 +74,6 @@ TEST_F(AlphabeticIndex, CatalogueNamesFileAsIcuFilesThem)
 	}
 }
 
-TEST_F(AlphabeticIndex, NamesInTheirOwnScript)
-{
-	for (auto [locale, name, label] : {std::tuple<const char*, const char*, const char*>{"en_US", "Zürich", "Z"},
-			 {"en_US", "Århus", "A"}, {"ko_KR", "서울", "ㅅ"}, {"ru_RU", "Москва", "М"}, {"ja_JP", "とうきょう", "た"},
-			 {"zh_CN", "北京", "B"}}) {
-		useLocale(locale);
-		EXPECT_EQ(label, ZonAlphabeticIndex().getBucket(name)) << locale << " " << name;
-	}
-}
-
 TEST_F(AlphabeticIndex, TwoChineseCitiesGoUnderC)
 {
 	useLocale("zh_CN");
@@ -112,8 +94,15 @@ TEST_F(AlphabeticIndex, TwoChineseCitiesGoUnderC)
 	}
 }
 
-TEST_F(AlphabeticIndex, UnderflowHasNoBucketOverflowIsTheLastLabel)
+TEST_F(AlphabeticIndex, NamesInTheirOwnScriptUnderflowAndOverflow)
 {
+	for (auto [locale, name, label] : {std::tuple<const char*, const char*, const char*>{"en_US", "Zürich", "Z"},
+			 {"en_US", "Århus", "A"}, {"ko_KR", "서울", "ㅅ"}, {"ru_RU", "Москва", "М"}, {"ja_JP", "とうきょう", "た"},
+			 {"zh_CN", "北京", "B"}}) {
+		useLocale(locale);
+		EXPECT_EQ(label, ZonAlphabeticIndex().getBucket(name)) << locale << " " << name;
+	}
+
 	useLocale("en_US");
 	ZonAlphabeticIndex index;
 	IcuIndex icu("en", "US");
@@ -127,15 +116,12 @@ TEST_F(AlphabeticIndex, UnderflowHasNoBucketOverflowIsTheLastLabel)
 
 	EXPECT_EQ(-1, index.getBucketIndex(nullptr, "WDS_ZON_BODY_SEOUL_M_CITY"));
 	EXPECT_EQ("nullptr", index.getBucket(nullptr));
-}
 
-TEST_F(AlphabeticIndex, ThirdLocalePieceIsDropped)
-{
 	// "sr_Latn_RS": language sr, "country" Latn; RS is logged and dropped.
 	setRegionFormat("sr_Latn_RS.UTF-8");
-	ZonAlphabeticIndex index;
+	ZonAlphabeticIndex serbian;
 	EXPECT_TRUE(zon_host_log_contains("unknown .... : RS"));
-	IcuIndex icu("sr", "Latn");
+	IcuIndex serbianIcu("sr", "Latn");
 	for (const char* name : {"Beograd", "Београд", "Ниш", "Zagreb"})
-		EXPECT_EQ(icu.label(name), index.getBucket(name)) << name;
+		EXPECT_EQ(serbianIcu.label(name), serbian.getBucket(name)) << name;
 }

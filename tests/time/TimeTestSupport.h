@@ -15,24 +15,29 @@
 #include <libintl.h>
 #include <locale.h>
 #include <math.h>
-#include <stdio.h>
-#include <stdlib.h>
+#include <string.h>
 #include <time.h>
 
+#include <fstream>
+#include <map>
 #include <memory>
-#include <string>
+#include <set>
+#include <sstream>
+#include <tuple>
 
-#include <gtest/gtest.h>
 #include <unicode/dtptngen.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 #include <unicode/ucal.h>
+#include <unicode/uloc.h>
 
 #include <system_settings.h>
 #include <vconf.h>
 
 #include "HostFixture.h"
 #include "TestClock.h"
+#include "ZonCityList.h"
+#include "ZonStrUtil.h"
 #include "ZoneClock.h"
 #include "ZonTimeUtil.h"
 #include "ZonTimeUtilTestPeer.h"

@@ -1,14 +1,6 @@
-#include <math.h>
-#include <string.h>
 #include <sys/stat.h>
 
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "TimeTestSupport.h"
-#include "ZonCityList.h"
-#include "ZonTimeUtil.h"
 
 using namespace zontest;
 
@@ -41,19 +33,6 @@ TEST_F(TimeZoneOffset, EveryCatalogueZoneAgreesWithTheSystemRules)
 	}
 }
 
-TEST_F(TimeZoneOffset, ZoneChangesLeaveNoTzBehind)
-{
-	setEnv("TZ", "Asia/Tokyo");
-	ZonTimeUtil::getGmtOffset("Europe/Paris");
-	EXPECT_EQ(nullptr, getenv("TZ"));
-	EXPECT_DOUBLE_EQ(deviceOffsetNow(), ZonTimeUtil::getSystemGmtOffset());
-
-	setEnv("TZ", "Europe/Paris");
-	struct tm got;
-	ZonTimeUtil::getCurrentTime("Asia/Kolkata", got);
-	EXPECT_EQ(nullptr, getenv("TZ"));
-}
-
 TEST_F(TimeZoneOffset, AsiaPyongyangUsesSeoul)
 {
 	TestClock::set(kPyongyangOwnTime);
@@ -68,7 +47,7 @@ TEST_F(TimeZoneOffset, AsiaPyongyangUsesSeoul)
 	EXPECT_EQ(8 * 3600 + 1800, pyongyang.tm_gmtoff);
 }
 
-TEST_F(TimeZoneOffset, HalfHoursWestOfUtcCountTowardTheEast)
+TEST_F(TimeZoneOffset, HalfHoursWestCountTowardTheEastUnknownZonesAreUtc)
 {
 	// Zones without daylight time. getGmtOffset("UTC") is minus the device's offset, so these
 	// are offsets from UTC on any device.
@@ -80,10 +59,8 @@ TEST_F(TimeZoneOffset, HalfHoursWestOfUtcCountTowardTheEast)
 	// Under an hour west flips to the east altogether.
 	EXPECT_DOUBLE_EQ(0.5, ZonTimeUtil::getGmtOffset("ZZZ0:30") - utc);
 	EXPECT_DOUBLE_EQ(-0.25, ZonTimeUtil::getGmtOffset("ZZZ1:45") - utc);   // -1:45
-}
 
-TEST_F(TimeZoneOffset, OwnZoneIsZeroAndUnknownZoneIsUtc)
-{
+	// This device's own offset is zero; an unknown zone is UTC.
 	EXPECT_DOUBLE_EQ(0.0, ZonTimeUtil::getGmtOffset(zoneWithDifference(0).c_str()));
 	EXPECT_DOUBLE_EQ(-deviceOffsetNow(), ZonTimeUtil::getGmtOffset("Nowhere/Atlantis"));
 	EXPECT_DOUBLE_EQ(-deviceOffsetNow(), ZonTimeUtil::getGmtOffset(""));
@@ -110,6 +87,15 @@ TEST_F(TimeZoneOffset, CurrentTimeOfAZoneFillsEveryField)
 	// The weather cache's clock: a POSIX "GMT+9" is nine hours west of UTC.
 	ZonTimeUtil::getCurrentTime("GMT+9", got);
 	EXPECT_EQ(-9 * 3600, got.tm_gmtoff);
+
+	// Zone changes leave no TZ behind.
+	setEnv("TZ", "Asia/Tokyo");
+	ZonTimeUtil::getGmtOffset("Europe/Paris");
+	EXPECT_EQ(nullptr, getenv("TZ"));
+	EXPECT_DOUBLE_EQ(deviceOffsetNow(), ZonTimeUtil::getSystemGmtOffset());
+	setEnv("TZ", "Europe/Paris");
+	ZonTimeUtil::getCurrentTime("Asia/Kolkata", got);
+	EXPECT_EQ(nullptr, getenv("TZ"));
 }
 
 TEST_F(TimeZoneOffset, GmtTextMinutesAreHundredths)

@@ -2,28 +2,8 @@
  * The zone rules ICU reads on the host against the C library's and against the rules Unicode
  * publishes. Rule sets other than the machine's are read by zone_probe, in processes of its own.
  */
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
-#include <sys/wait.h>
-#include <time.h>
-
-#include <fstream>
-#include <map>
-#include <memory>
-#include <set>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-#include <unicode/timezone.h>
-
-#include <zon-host/zon_host.h>
 
 #include "TimeTestSupport.h"
-#include "ZonCityList.h"
-#include "ZonTimeUtil.h"
 
 namespace {
 

@@ -6,15 +6,11 @@
 #ifndef ZON_TESTS_WEATHER_TEST_SUPPORT_H
 #define ZON_TESTS_WEATHER_TEST_SUPPORT_H
 
-#include <stdlib.h>
 #include <time.h>
 
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
+#include <memory>
 
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <app_alarm.h>
@@ -23,7 +19,6 @@
 #include <app_preference.h>
 #include <bundle.h>
 #include <message_port.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 #include "TestClock.h"
@@ -106,25 +101,19 @@ inline zon_host_launch launchAt(size_t i)
 	return launch;
 }
 
-inline void installAgent(zon_host_weather_mode mode)
+// An agent in `mode`; a fixed one answers exactly `pairs` (and echoes "lat"/"lon" unless the
+// pairs name them).
+inline void installAgent(zon_host_weather_mode mode,
+	const std::vector<std::pair<const char*, const char*>>& pairs = {})
 {
-	zon_host_weather_agent_config config = {};
-	config.mode = mode;
-	config.date = kNow;
-	ASSERT_EQ(0, zon_host_install_weather_agent(&config));
-}
-
-// An agent that answers exactly these pairs (and echoes "lat"/"lon" unless the pairs name them).
-inline void agentAnswers(const std::vector<std::pair<const char*, const char*>>& pairs)
-{
-	std::vector<const char*> keys;
-	std::vector<const char*> values;
+	std::vector<const char*> keys, values;
 	for (const auto& pair : pairs) {
 		keys.push_back(pair.first);
 		values.push_back(pair.second);
 	}
 	zon_host_weather_agent_config config = {};
-	config.mode = ZON_HOST_WEATHER_FIXED;
+	config.mode = mode;
+	config.date = kNow;
 	config.fixed_keys = keys.data();
 	config.fixed_values = values.data();
 	config.fixed_count = pairs.size();
@@ -149,18 +138,29 @@ protected:
 
 	void TearDown() override
 	{
+		handler.reset();
 		ZonDBManager::getInstance()->finalize();
 		TestClock::release();
 		HostFixture::TearDown();
 	}
 
-	// Every record the handler hands out, copied, and the time-outs it reports.
-	void watch(ZonWeatherAgentHandler& handler)
+	// A handler on `port` (for a widget when `instance` is given) whose records are copied into
+	// `received` and whose time-outs are counted.
+	ZonWeatherAgentHandler& open(const char* port, const char* instance = nullptr)
 	{
-		handler.setReceiveWeatherDataFunc([this](ZonWeatherReplayData& data) { received.push_back(data); });
-		handler.setTimeOutCb([this]() { ++timeOuts; });
+		handler = instance ? std::make_unique<ZonWeatherAgentHandler>(port, instance)
+						   : std::make_unique<ZonWeatherAgentHandler>(port);
+		watch(*handler);
+		return *handler;
 	}
 
+	void watch(ZonWeatherAgentHandler& watched)
+	{
+		watched.setReceiveWeatherDataFunc([this](ZonWeatherReplayData& data) { received.push_back(data); });
+		watched.setTimeOutCb([this]() { ++timeOuts; });
+	}
+
+	std::unique_ptr<ZonWeatherAgentHandler> handler;
 	std::vector<ZonWeatherReplayData> received;
 	int timeOuts = 0;
 };
