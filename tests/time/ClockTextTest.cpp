@@ -1,7 +1,5 @@
 #include "TimeTestSupport.h"
 
-using namespace zontest;
-
 namespace {
 
 // 2026-01-15 12:00:00 UTC, 21:00 in Seoul.
@@ -97,7 +95,7 @@ TEST_F(ClockText, PatternCachesHoldUntilRefreshed)
 	// Refreshing the date cache also moves the shared locale: the old 12-hour pattern is then
 	// written in German.
 	ZonTimeUtil::getBestPatternForDate();
-	expectTimeAndDate(icuFormatPattern("de_DE", icuBestPattern("en_US", "hh:mm"), zone, kInstant * 1000.0),
+	expectTimeAndDate(icuFormat("de_DE", "hh:mm", zone, kInstant * 1000.0, "en_US"),
 		icuNow("de_DE", "EEEMMMd", zone));
 	ZonTimeUtil::getBestPatternForTime();
 	EXPECT_EQ(icuNow("de_DE", "HH:mm", zone), ZonTimeUtil::getCurrentTimeWithBestPattern(zone));

@@ -1,7 +1,5 @@
 #include "TimeTestSupport.h"
 
-using namespace zontest;
-
 namespace {
 
 struct SunCity {

@@ -7,8 +7,6 @@
 
 #include "TimeTestSupport.h"
 
-using namespace zontest;
-
 #define LRM "\xE2\x80\x8E"
 #define MINUS "\xE2\x88\x92"
 

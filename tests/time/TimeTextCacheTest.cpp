@@ -5,8 +5,6 @@
 #include "ZonCityPoints.h"
 #include "ZonIcuCache.h"
 
-using namespace zontest;
-
 namespace {
 
 const std::vector<const char*> kLocales = {"en_US", "ko_KR", "ar_AE", "fa_IR", "de_DE", "zh_CN", "ja_JP", "hi_IN"};
@@ -72,6 +70,37 @@ const Text kTexts[] = {
 };
 
 #undef ZON_BOTH
+
+// Priority, tag, and the message after "file: function(line) > ", which names the reference's
+// own source.
+using LogLine = std::tuple<int, std::string, std::string>;
+
+template <typename Util>
+std::vector<LogLine> refreshLog()
+{
+	zon_host_log_clear();
+	for (const char* zone : {"Asia/Seoul", "America/St_Johns", "Europe/London", "Asia/Kolkata"}) {
+		Util::getCurrentTime(zone);
+		Util::getCurrentDate(zone);
+		Util::getTimeDiff(zone);
+		Util::getTimeDiffOnWidgetArc(zone);
+		Util::getCurrentGMT(zone);
+		Util::getCurrentTimeWithFontSize(zone, 60, 30);
+	}
+	std::string sunrise, sunset;
+	bool day = false;
+	Util::getSunRiseSetTime("GMT+9", 37.5665, 126.9780, sunrise, sunset, &day, "Asia/Seoul");
+
+	std::vector<LogLine> lines;
+	for (size_t i = 0; i < zon_host_log_count(); ++i) {
+		int priority = 0;
+		const char* tag = nullptr;
+		std::string message = zon_host_log_line(i, &priority, &tag);
+		size_t body = message.find(" > ");
+		lines.emplace_back(priority, tag ? tag : "", body == std::string::npos ? message : message.substr(body + 3));
+	}
+	return lines;
+}
 
 }
 
@@ -188,41 +217,6 @@ TEST_F(TimeTextCache, UnknownLocaleFollowsTheDefaultLocale)
 		EXPECT_EQ(LiteralTimeUtil::getCurrentTime("Asia/Seoul"), ZonTimeUtil::getCurrentTime("Asia/Seoul"));
 		EXPECT_EQ(LiteralTimeUtil::convertNumberToString(7), ZonStrUtil::convertNumberToString(7));
 	}
-}
-
-namespace {
-
-// Priority, tag, and the message after "file: function(line) > ", which names the reference's
-// own source.
-using LogLine = std::tuple<int, std::string, std::string>;
-
-template <typename Util>
-std::vector<LogLine> refreshLog()
-{
-	zon_host_log_clear();
-	for (const char* zone : {"Asia/Seoul", "America/St_Johns", "Europe/London", "Asia/Kolkata"}) {
-		Util::getCurrentTime(zone);
-		Util::getCurrentDate(zone);
-		Util::getTimeDiff(zone);
-		Util::getTimeDiffOnWidgetArc(zone);
-		Util::getCurrentGMT(zone);
-		Util::getCurrentTimeWithFontSize(zone, 60, 30);
-	}
-	std::string sunrise, sunset;
-	bool day = false;
-	Util::getSunRiseSetTime("GMT+9", 37.5665, 126.9780, sunrise, sunset, &day, "Asia/Seoul");
-
-	std::vector<LogLine> lines;
-	for (size_t i = 0; i < zon_host_log_count(); ++i) {
-		int priority = 0;
-		const char* tag = nullptr;
-		std::string message = zon_host_log_line(i, &priority, &tag);
-		size_t body = message.find(" > ");
-		lines.emplace_back(priority, tag ? tag : "", body == std::string::npos ? message : message.substr(body + 3));
-	}
-	return lines;
-}
-
 }
 
 TEST_F(TimeTextCache, OneRefreshLogsAsTheLiteralPipeline)

@@ -2,14 +2,8 @@
 
 #include "TimeTestSupport.h"
 
-using namespace zontest;
-
-namespace {
-
 // 2016-06-01 12:00 UTC: Pyongyang kept +8:30 then, Seoul +9.
 const time_t kPyongyangOwnTime = 1464782400;
-
-}
 
 class TimeZoneOffset : public TimeFixture {};
 

@@ -2,21 +2,7 @@
 // answer on the port, the time-out alarm and the service's signal, as the platform sees them.
 #include "WeatherTestSupport.h"
 
-using namespace weathertest;
-
-namespace {
-
-class WeatherAgentTest : public WeatherFixture {
-protected:
-	// Sets off the pending alarm and lets the service it launches run; the index of that launch.
-	static size_t fireAlarm()
-	{
-		size_t launch = zon_host_launch_count();
-		EXPECT_EQ(0, zon_host_fire_alarm(alarmAt(0).id));
-		zon_host_pump(100);
-		return launch;
-	}
-};
+using WeatherAgentTest = WeatherFixture;
 
 TEST_F(WeatherAgentTest, AnswerTravelsFromLaunchThroughPortToBothListsAndCallback)
 {
@@ -58,14 +44,8 @@ TEST_F(WeatherAgentTest, AnswerTravelsFromLaunchThroughPortToBothListsAndCallbac
 	EXPECT_EQ(0, timeOuts);
 
 	// Weather is shared by the two lists; the stamp is the cache's clock, not the agent's time.
-	std::vector<WeatherRow> rows = weatherRows(35);
-	ASSERT_EQ(2u, rows.size());
-	for (const WeatherRow& row : rows) {
-		EXPECT_EQ(data.weatherType, row.weatherType);
-		EXPECT_EQ(data.currentTemperature, row.temperature);
-		EXPECT_EQ(1, row.isCentigrade);
-		EXPECT_EQ(weatherClockAt(kNow), row.lastUpdateTime);
-	}
+	WeatherRow stored{data.weatherType, data.currentTemperature, 1, weatherClockAt(kNow)};
+	EXPECT_EQ(std::vector<WeatherRow>(2, stored), weatherRows(35));
 	EXPECT_EQ(0, weatherRows(39).at(0).lastUpdateTime);
 }
 
@@ -178,9 +158,7 @@ TEST_F(WeatherAgentTest, ViewHandlerGetsAnswersButNoTimeOutAndLeavesTheDatabaseA
 	EXPECT_EQ(0, timeOuts);
 
 	installAgent(ZON_HOST_WEATHER_ANSWER);
-	auto detail = std::make_unique<ZonWeatherAgentHandler>(_DETAIL_VIEW_WEATHER_PORT, kInstance);
-	watch(*detail);
-	detail->requestWeatherData(39, true, false);
+	open(_DETAIL_VIEW_WEATHER_PORT, kInstance).requestWeatherData(39, true, false);
 	zon_host_pump(100);
 	EXPECT_EQ(weatherClockAt(kNow), weatherRows(39)[0].lastUpdateTime);
 }
@@ -237,5 +215,3 @@ TEST_F(WeatherAgentTest, TimeOutServiceFlagsOnlyAFailedFirstCreation)
 	EXPECT_TRUE(handler->requestWeatherDataFromWeatherAgent(39));
 	EXPECT_EQ(0u, zon_host_alarm_count());
 }
-
-} // namespace

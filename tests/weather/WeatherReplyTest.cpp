@@ -6,10 +6,7 @@
 
 #include "WeatherTestSupport.h"
 
-using namespace weathertest;
 using Pairs = std::vector<std::pair<const char*, const char*>>;
-
-namespace {
 
 class WeatherReplyTest : public WeatherFixture {
 protected:
@@ -44,11 +41,7 @@ protected:
 
 	static void expectUntouched()
 	{
-		std::vector<WeatherRow> rows = weatherRows(35);
-		ASSERT_EQ(1u, rows.size());
-		EXPECT_EQ(CLOUDY, rows[0].weatherType);
-		EXPECT_EQ(20, rows[0].temperature);
-		EXPECT_EQ(123, rows[0].lastUpdateTime);
+		EXPECT_EQ(std::vector<WeatherRow>(1, {CLOUDY, 20, 1, 123}), weatherRows(35));
 	}
 
 	// A reading of this very moment.
@@ -225,5 +218,3 @@ TEST_F(WeatherReplyTest, StoredAnswerAgesOnTheFixedClock)
 	EXPECT_EQ(3u, received.size());
 	EXPECT_EQ(weatherClockAt(kNow + 10801), weatherRows(35)[0].lastUpdateTime);
 }
-
-} // namespace

@@ -35,8 +35,6 @@ public:
 	}
 };
 
-namespace weathertest {
-
 // 2023-11-14 22:13:20 UTC.
 const time_t kNow = 1700000000;
 const char kInstance[] = "weather-widget-7";
@@ -57,6 +55,12 @@ struct WeatherRow {
 	int temperature;
 	int isCentigrade;
 	long long lastUpdateTime;
+
+	bool operator==(const WeatherRow& o) const
+	{
+		return weatherType == o.weatherType && temperature == o.temperature && isCentigrade == o.isCentigrade
+			&& lastUpdateTime == o.lastUpdateTime;
+	}
 };
 
 // The city's rows, main list first, read through a connection of their own.
@@ -120,8 +124,6 @@ inline void installAgent(zon_host_weather_mode mode,
 	ASSERT_EQ(0, zon_host_install_weather_agent(&config));
 }
 
-} // namespace weathertest
-
 // A device with the agent (answering at once, weather for kNow) and the service, the city
 // database open, and the wall clock standing at kNow.
 class WeatherFixture : public HostFixture {
@@ -130,8 +132,8 @@ protected:
 	{
 		HostFixture::SetUp();
 		// The cache judges age to the second: a real clock could tick between setup and the check.
-		TestClock::set(weathertest::kNow);
-		weathertest::installAgent(ZON_HOST_WEATHER_ANSWER);
+		TestClock::set(kNow);
+		installAgent(ZON_HOST_WEATHER_ANSWER);
 		ASSERT_EQ(0, zon_host_install_zonvista_service());
 		ZonDBManager::getInstance()->initialize();
 	}
@@ -152,6 +154,15 @@ protected:
 						   : std::make_unique<ZonWeatherAgentHandler>(port);
 		watch(*handler);
 		return *handler;
+	}
+
+	// Sets off the pending alarm and lets the service it launches run; the index of that launch.
+	static size_t fireAlarm()
+	{
+		size_t launch = zon_host_launch_count();
+		EXPECT_EQ(0, zon_host_fire_alarm(alarmAt(0).id));
+		zon_host_pump(100);
+		return launch;
 	}
 
 	void watch(ZonWeatherAgentHandler& watched)
