@@ -1,22 +1,18 @@
 #include "TimeTestSupport.h"
 
-namespace {
-
 // 2026-01-15 12:00:00 UTC, 21:00 in Seoul.
 const time_t kInstant = 1768478400;
 
 const std::string kShadow = " style=shadow shadow_color=#00000066>";
 
-std::string bigDigits(const std::string& time)
+static std::string bigDigits(const std::string& time)
 {
 	return "<font=QNum-3R font_size=60" + kShadow + time + "</>";
 }
 
-std::string smallMarker(const std::string& marker)
+static std::string smallMarker(const std::string& marker)
 {
 	return "<font_size=30" + kShadow + marker + "</>";
-}
-
 }
 
 // On a set clock: 12:00 UTC, morning in New York, evening in Seoul.
@@ -134,7 +130,7 @@ TEST_F(ClockText, MarkupOfEachClockLayout)
 	});
 }
 
-TEST_F(ClockText, SplittingTwelveHourTexts)
+TEST_F(ClockText, SplitTextsFormattedDateStringAndSettings)
 {
 	// Text, then the time, the marker and whether the marker comes first.
 	using Split = std::tuple<const char*, const char*, const char*, bool>;
@@ -154,10 +150,8 @@ TEST_F(ClockText, SplittingTwelveHourTexts)
 		EXPECT_STREQ(expectedAmpm, ampm) << text;
 		EXPECT_EQ(expectedFirst, ampmFirst) << text;
 	}
-}
 
-TEST_F(ClockText, FormattedDateStringOfAGivenInstant)
-{
+	// The formatted date string of a given instant.
 	std::string out;
 	ASSERT_TRUE(ZonTimeUtil::_getFormattedDateString(kInstant, nullptr, "Asia/Seoul", out));
 	EXPECT_EQ("9:00\xE2\x80\xAFPM", out);   // the locale prefers "h" to the skeleton's "hh"
@@ -179,11 +173,8 @@ TEST_F(ClockText, FormattedDateStringOfAGivenInstant)
 	ASSERT_EQ(0, zon_host_fault_inject("vconf_get_str", 1, VCONF_ERROR));
 	EXPECT_FALSE(ZonTimeUtil::_getFormattedDateString(kInstant, nullptr, "Asia/Seoul", out));
 	EXPECT_EQ("untouched", out);
-}
 
-TEST_F(ClockText, LocaleAndClockSettingsAsTheLibraryReadsThem)
-{
-	// Only an exact ".UTF-8" second piece is cut.
+	// The locale of the region format: only an exact ".UTF-8" second piece is cut.
 	for (auto [region, locale] : {std::pair<const char*, const char*>{"ko_KR.UTF-8", "ko_KR"}, {"en_US", "en_US"},
 			 {"sr_RS.UTF-8.x", "sr_RS.UTF-8.x"}, {"de_DE.utf8", "de_DE.utf8"}, {".UTF-8", ""}}) {
 		setRegionFormat(region);

@@ -10,10 +10,8 @@
 
 #include "TestClock.h"
 
-namespace {
-
 // Every way a library here reads the wall clock, in seconds.
-void expectEveryWallClockAt(time_t expected)
+static void expectEveryWallClockAt(time_t expected)
 {
 	struct timeval tv;
 	gettimeofday(&tv, nullptr);
@@ -25,8 +23,6 @@ void expectEveryWallClockAt(time_t expected)
 	EXPECT_EQ(expected, static_cast<time_t>(ucal_getNow() / 1000));
 	EXPECT_EQ(expected, g_get_real_time() / G_USEC_PER_SEC);
 	EXPECT_EQ(expected, std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()));
-}
-
 }
 
 // Also proves the override wins over the sanitizers' interceptors in that build.

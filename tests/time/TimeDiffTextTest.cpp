@@ -122,10 +122,11 @@ TEST_F(TimeDiffText, TranslatedOrderAndRegionDigits)
 	EXPECT_EQ(fontSized("2 hrs 30 mins behind"), ZonTimeUtil::getTimeDiffWithFontSize(zone.c_str()));
 }
 
-// Numbers in the region's digits, as the list and arc texts above write them.
+// Numbers in the region's digits, as the list and arc texts above write them, cut on whole
+// characters; upper case.
 class StrUtil : public TimeFixture {};
 
-TEST_F(StrUtil, NumbersInTheRegionsDigitsCutOnWholeCharacters)
+TEST_F(StrUtil, NumbersInTheRegionsDigitsAndUpperCase)
 {
 	// Without ".UTF-8" the value is the locale itself.
 	for (const char* region : {"ar_EG.UTF-8", "fa_IR.UTF-8", "ar_AE.UTF-8", "de_DE.UTF-8", "en_US.UTF-8", "ar_EG"}) {
@@ -149,10 +150,8 @@ TEST_F(StrUtil, NumbersInTheRegionsDigitsCutOnWholeCharacters)
 	EXPECT_TRUE(got.size() >= 17u && got.size() <= 19u) << got;
 	EXPECT_EQ(full.substr(0, got.size()), got);
 	EXPECT_TRUE(g_utf8_validate(got.c_str(), -1, nullptr));
-}
 
-TEST_F(StrUtil, UpperCaseByFullUnicodeMapping)
-{
+	// Upper case by the full Unicode mapping.
 	EXPECT_EQ("STRASSE", ZonStrUtil::getUpperString("straße"));
 	EXPECT_EQ("SÃO PAULO", ZonStrUtil::getUpperString("São Paulo"));
 	EXPECT_EQ("FIJI", ZonStrUtil::getUpperString("\xEF\xAC\x81ji"));    // the "fi" ligature opens up

@@ -27,7 +27,7 @@ TEST_F(TimeZoneOffset, EveryCatalogueZoneAgreesWithTheSystemRules)
 	}
 }
 
-TEST_F(TimeZoneOffset, AsiaPyongyangUsesSeoul)
+TEST_F(TimeZoneOffset, PyongyangUsesSeoulGmtTextMinutesAreHundredths)
 {
 	TestClock::set(kPyongyangOwnTime);
 
@@ -39,6 +39,14 @@ TEST_F(TimeZoneOffset, AsiaPyongyangUsesSeoul)
 	struct tm pyongyang = {};
 	ZonTimeUtil::getCurrentTime("Asia/Pyongyang", pyongyang);
 	EXPECT_EQ(8 * 3600 + 1800, pyongyang.tm_gmtoff);
+
+	// GMT texts: the minutes are hundredths.
+	// Only '-' at index 3 is a sign; the prefix is never read.
+	for (auto [text, hours] : {std::pair<const char*, double>{"GMT+5:30", 5.30}, {"GMT+5:45", 5.45},
+			 {"GMT-3:30", -3.3}, {"GMT+10:30", 10.3}, {"GMT-3", -3.0}, {"GMT+0", 0.0}, {"UTC 9", 9.0},
+			 {"XYZ-9", -9.0}, {"GMT", 0.0}})
+		EXPECT_DOUBLE_EQ(hours, ZonTimeUtil::_getTimezoneValue(text)) << text;
+	EXPECT_TRUE(signbit(ZonTimeUtil::_getTimezoneValue("GMT-0")));
 }
 
 TEST_F(TimeZoneOffset, HalfHoursWestCountTowardTheEastUnknownZonesAreUtc)
@@ -90,16 +98,6 @@ TEST_F(TimeZoneOffset, CurrentTimeOfAZoneFillsEveryField)
 	setEnv("TZ", "Europe/Paris");
 	ZonTimeUtil::getCurrentTime("Asia/Kolkata", got);
 	EXPECT_EQ(nullptr, getenv("TZ"));
-}
-
-TEST_F(TimeZoneOffset, GmtTextMinutesAreHundredths)
-{
-	// Only '-' at index 3 is a sign; the prefix is never read.
-	for (auto [text, hours] : {std::pair<const char*, double>{"GMT+5:30", 5.30}, {"GMT+5:45", 5.45},
-			 {"GMT-3:30", -3.3}, {"GMT+10:30", 10.3}, {"GMT-3", -3.0}, {"GMT+0", 0.0}, {"UTC 9", 9.0},
-			 {"XYZ-9", -9.0}, {"GMT", 0.0}})
-		EXPECT_DOUBLE_EQ(hours, ZonTimeUtil::_getTimezoneValue(text)) << text;
-	EXPECT_TRUE(signbit(ZonTimeUtil::_getTimezoneValue("GMT-0")));
 }
 
 TEST_F(TimeZoneOffset, NullZoneAborts)
