@@ -151,10 +151,11 @@ protected:
 					std::string(locale) + (is24 ? " 24h @" : " 12h @") + std::to_string(time(nullptr));
 				for (int i = 0; i < ZON_CITY_COUNT; i += stride) {
 					const Cityinfo& city = allCityList[i];
-					const std::string where = std::string(" in ") + city.timezone_path + ", " + context;
+					const char* zone = city.timezone_path;
+					const std::string where = std::string(" in ") + zone + ", " + context;
 					for (const Text& text : kTexts) {
 						if (text.hourly || !is24)
-							compare(text.call + where, text.library(city.timezone_path), text.literal(city.timezone_path));
+							compare(text.call + where, text.library(zone), text.literal(zone));
 					}
 					compare("getSunRiseSetTime" + where, sunTexts<ZonTimeUtil>(city, allCityPoints[i]),
 						sunTexts<LiteralTimeUtil>(city, allCityPoints[i]));

@@ -152,7 +152,8 @@ TEST_F(WeatherReplyTest, NumbersDoNotWrapOrOverflowLatitudesMatchAsPrinted)
 	for (const char* lat : {"1e308", "-1e308", "1e999", "nan", "", longText.c_str()})
 		EXPECT_EQ(0, answer({{"result", "0"}, {"lat", lat}}).cityId) << lat;
 
-	// The city is found by the latitude as printed: more digits that print alike still find the city; the sixth decimal does not.
+	// The city is found by the latitude as printed: more digits that print alike still find the
+	// city; the sixth decimal does not.
 	EXPECT_EQ(35, answer({{"result", "0"}, {"lat", "39.9388838"}}).cityId);
 	ZonDBManager::getInstance()->updateWeatherInfo(35, CLOUDY, 20, true, 123);
 	EXPECT_EQ(0, answer({{"result", "0"}, {"lat", "39.938885"}}).cityId);

@@ -122,7 +122,8 @@ bool writeTzif(const icu::BasicTimeZone& tz, const std::string& path)
 	const double from1900 = -2208988800.0;
 	std::vector<std::pair<int64_t, int>> trans;
 	typeOf(from1900 - 1);  // before 1900: type 0
-	forEachTransition(tz, from1900, kEnd, [&](double t) { trans.emplace_back(static_cast<int64_t>(t), typeOf(t)); });
+	forEachTransition(tz, from1900, kEnd,
+		[&](double t) { trans.emplace_back(static_cast<int64_t>(t), typeOf(t)); });
 	auto header = [](std::string& out, uint32_t timecnt, uint32_t typecnt, uint32_t charcnt) {
 		out += "TZif2";
 		out.append(15, '\0');
