@@ -1,15 +1,7 @@
-#include <string.h>
-
-#include <memory>
-#include <string>
-#include <tuple>
-
-#include <gtest/gtest.h>
 #include <unicode/alphaindex.h>
 
 #include "TimeTestSupport.h"
 #include "ZonAlphabeticIndex.h"
-#include "ZonCityList.h"
 
 namespace {
 
@@ -82,17 +74,7 @@ TEST_F(AlphabeticIndex, CatalogueNamesFileAsIcuFilesThem)
 	}
 }
 
-TEST_F(AlphabeticIndex, NamesInTheirOwnScript)
-{
-	for (auto [locale, name, label] : {std::tuple<const char*, const char*, const char*>{"en_US", "Zürich", "Z"},
-			 {"en_US", "Århus", "A"}, {"ko_KR", "서울", "ㅅ"}, {"ru_RU", "Москва", "М"}, {"ja_JP", "とうきょう", "た"},
-			 {"zh_CN", "北京", "B"}}) {
-		useLocale(locale);
-		EXPECT_EQ(label, ZonAlphabeticIndex().getBucket(name)) << locale << " " << name;
-	}
-}
-
-TEST_F(AlphabeticIndex, TwoChineseCitiesGoUnderC)
+TEST_F(AlphabeticIndex, SingleNamesAndTwoChineseCitiesUnderC)
 {
 	useLocale("zh_CN");
 	IcuIndex icu("zh", "CN");
@@ -110,32 +92,33 @@ TEST_F(AlphabeticIndex, TwoChineseCitiesGoUnderC)
 		setEnv("LANG", lang);
 		EXPECT_EQ(k - 1, index.getBucketIndex("重庆", kChongqing)) << (lang ? lang : "no LANG");
 	}
-}
 
-TEST_F(AlphabeticIndex, UnderflowHasNoBucketOverflowIsTheLastLabel)
-{
+	for (auto [locale, name, label] : {std::tuple<const char*, const char*, const char*>{"en_US", "Zürich", "Z"},
+			 {"en_US", "Århus", "A"}, {"ko_KR", "서울", "ㅅ"}, {"ru_RU", "Москва", "М"}, {"ja_JP", "とうきょう", "た"},
+			 {"zh_CN", "北京", "B"}}) {
+		useLocale(locale);
+		EXPECT_EQ(label, ZonAlphabeticIndex().getBucket(name)) << locale << " " << name;
+	}
+
 	useLocale("en_US");
-	ZonAlphabeticIndex index;
-	IcuIndex icu("en", "US");
-	ASSERT_EQ(0, icu.number("1st Street"));
-	EXPECT_EQ(-1, index.getBucketIndex("1st Street", nullptr));
-	EXPECT_EQ("nullptr", index.getBucket("1st Street"));
+	ZonAlphabeticIndex english;
+	IcuIndex englishIcu("en", "US");
+	ASSERT_EQ(0, englishIcu.number("1st Street"));
+	EXPECT_EQ(-1, english.getBucketIndex("1st Street", nullptr));
+	EXPECT_EQ("nullptr", english.getBucket("1st Street"));
 
-	// Hangul is past Z in an English index.
-	EXPECT_EQ(icu.labelAt(icu.count() - 1), index.getBucket("서울"));
-	EXPECT_EQ(26, index.getBucketIndex("서울", nullptr));
+	// Hangul is past Z in an English english.
+	EXPECT_EQ(englishIcu.labelAt(englishIcu.count() - 1), english.getBucket("서울"));
+	EXPECT_EQ(26, english.getBucketIndex("서울", nullptr));
 
-	EXPECT_EQ(-1, index.getBucketIndex(nullptr, "WDS_ZON_BODY_SEOUL_M_CITY"));
-	EXPECT_EQ("nullptr", index.getBucket(nullptr));
-}
+	EXPECT_EQ(-1, english.getBucketIndex(nullptr, "WDS_ZON_BODY_SEOUL_M_CITY"));
+	EXPECT_EQ("nullptr", english.getBucket(nullptr));
 
-TEST_F(AlphabeticIndex, ThirdLocalePieceIsDropped)
-{
 	// "sr_Latn_RS": language sr, "country" Latn; RS is logged and dropped.
 	setRegionFormat("sr_Latn_RS.UTF-8");
-	ZonAlphabeticIndex index;
+	ZonAlphabeticIndex serbian;
 	EXPECT_TRUE(zon_host_log_contains("unknown .... : RS"));
-	IcuIndex icu("sr", "Latn");
+	IcuIndex serbianIcu("sr", "Latn");
 	for (const char* name : {"Beograd", "Београд", "Ниш", "Zagreb"})
-		EXPECT_EQ(icu.label(name), index.getBucket(name)) << name;
+		EXPECT_EQ(serbianIcu.label(name), serbian.getBucket(name)) << name;
 }

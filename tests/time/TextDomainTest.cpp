@@ -2,19 +2,10 @@
  * The "zonvista" catalogues: ZonTextDomain binds them, and every id the library can look up is
  * translated in each of them with the arguments the library passes.
  */
-#include <libintl.h>
-#include <stdlib.h>
-#include <string.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <regex>
-#include <set>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "TimeTestSupport.h"
 #include "ZonTextDomain.h"
@@ -22,32 +13,6 @@
 namespace {
 
 class TextDomain : public TimeFixture {};
-
-TEST_F(TextDomain, BindsTheCataloguesBesideTheLibrary)
-{
-	const char* domain = ZonTextDomain::DOMAIN_NAME;
-	ASSERT_NE(nullptr, bindtextdomain(domain, "/nonexistent"));
-	ASSERT_TRUE(ZonTextDomain::bind());
-	char* expected = realpath(ZON_LOCALE_DIR, nullptr);
-	ASSERT_NE(nullptr, expected);
-	EXPECT_STREQ(expected, bindtextdomain(domain, nullptr)) << "a library in its build tree uses the tree's catalogues";
-	free(expected);
-
-	setLanguage("ko");
-	EXPECT_STREQ("삭제했습니다.", dgettext(domain, "WDS_ZON_TPOP_DELETED"));
-	// Arabic has six plural forms; a wrong rule picks the wrong noun.
-	setLanguage("ar");
-	const char* id = "PLURAL_ZERO_ZON_TPOP_CANT_ADD_MORE_THAN_PD_CITIES_ABB";
-	std::vector<std::string> forms;
-	for (unsigned long n : {0ul, 1ul, 2ul, 3ul, 11ul, 100ul, 103ul})
-		forms.push_back(dngettext(domain, id, id, n));
-	EXPECT_NE(forms[0], forms[1]);
-	EXPECT_NE(forms[1], forms[2]);
-	EXPECT_NE(std::string::npos, forms[3].find("مدن."));
-	EXPECT_NE(std::string::npos, forms[4].find("مدينةً."));
-	EXPECT_EQ(forms[3], forms[6]);
-	EXPECT_NE(std::string::npos, forms[5].find(" مدينة.")) << "100 takes the last form";
-}
 
 // The arguments a text consumes: argument number and conversion, "%2$d" and the second "%d" alike.
 std::set<std::string> conversions(const std::string& text)
@@ -84,11 +49,9 @@ std::set<std::string> idsInSources()
 	return ids;
 }
 
-class TextCatalogue : public TimeFixture {};
-
-// Every compiled catalogue answers every id, with the arguments the library passes. A missing
-// entry answers the id itself.
-TEST_F(TextCatalogue, EveryIdTheLibraryLooksUpIsInEveryCatalogue)
+// Every compiled catalogue answers every id, with the arguments the library passes (a missing
+// entry answers the id itself); ZonTextDomain binds the catalogues beside the library.
+TEST_F(TextDomain, EveryIdTheLibraryLooksUpIsInEveryCatalogueBoundBesideIt)
 {
 	std::set<std::string> ids = idsInSources();
 	ASSERT_GE(ids.size(), 70u) << "the scan of src/ lost the difference texts, notices or map headers";
@@ -124,6 +87,29 @@ TEST_F(TextCatalogue, EveryIdTheLibraryLooksUpIsInEveryCatalogue)
 		}
 	}
 	EXPECT_GE(languages, 3);
+
+	const char* domain = ZonTextDomain::DOMAIN_NAME;
+	ASSERT_NE(nullptr, bindtextdomain(domain, "/nonexistent"));
+	ASSERT_TRUE(ZonTextDomain::bind());
+	char* expected = realpath(ZON_LOCALE_DIR, nullptr);
+	ASSERT_NE(nullptr, expected);
+	EXPECT_STREQ(expected, bindtextdomain(domain, nullptr)) << "a library in its build tree uses the tree's catalogues";
+	free(expected);
+
+	setLanguage("ko");
+	EXPECT_STREQ("삭제했습니다.", dgettext(domain, "WDS_ZON_TPOP_DELETED"));
+	// Arabic has six plural forms; a wrong rule picks the wrong noun.
+	setLanguage("ar");
+	const char* id = "PLURAL_ZERO_ZON_TPOP_CANT_ADD_MORE_THAN_PD_CITIES_ABB";
+	std::vector<std::string> forms;
+	for (unsigned long n : {0ul, 1ul, 2ul, 3ul, 11ul, 100ul, 103ul})
+		forms.push_back(dngettext(domain, id, id, n));
+	EXPECT_NE(forms[0], forms[1]);
+	EXPECT_NE(forms[1], forms[2]);
+	EXPECT_NE(std::string::npos, forms[3].find("مدن."));
+	EXPECT_NE(std::string::npos, forms[4].find("مدينةً."));
+	EXPECT_EQ(forms[3], forms[6]);
+	EXPECT_NE(std::string::npos, forms[5].find(" مدينة.")) << "100 takes the last form";
 }
 
 } // namespace

@@ -1,17 +1,11 @@
 #include <limits.h>
 
 #include <stdexcept>
-#include <string>
 
-#include <gtest/gtest.h>
 #include <glib.h>
 #include <unicode/numfmt.h>
 
 #include "TimeTestSupport.h"
-#include "ZonStrUtil.h"
-#include "ZonTimeUtil.h"
-
-using namespace zontest;
 
 #define LRM "\xE2\x80\x8E"
 #define MINUS "\xE2\x88\x92"
@@ -56,9 +50,9 @@ void expectTexts(const DiffTexts& c)
 
 class TimeDiffText : public TimeFixture {};
 
-TEST_F(TimeDiffText, EnglishSentencesForEveryCase)
+TEST_F(TimeDiffText, EnglishSentencesAndMessageIdsOfEveryCase)
 {
-	const DiffTexts cases[] = {
+	const DiffTexts english[] = {
 		{0, "", "", ""},
 		{0.5, "30 mins ahead", "30 minutes ahead", LRM "+30 min"},
 		{-0.25, "15 mins behind", "15 minutes behind", LRM MINUS "15 min"},
@@ -70,16 +64,13 @@ TEST_F(TimeDiffText, EnglishSentencesForEveryCase)
 		// One minute is 0.0166 hours: one hundredth, then 0 minutes.
 		{1.0 / 60, "0 mins ahead", "0 minutes ahead", LRM "+0 min"},
 	};
-	for (const DiffTexts& c : cases)
+	for (const DiffTexts& c : english)
 		expectTexts(c);
-}
 
-// With no catalogue for the language, dgettext answers the id itself: this pins every id,
-// the odd WDS_CLOUD one among them.
-TEST_F(TimeDiffText, MessageIdsOfEveryCase)
-{
+	// With no catalogue for the language, dgettext answers the id itself: this pins every id,
+	// the odd WDS_CLOUD one among them.
 	setLanguage("fr");
-	const DiffTexts cases[] = {
+	const DiffTexts ids[] = {
 		{0.5, "WDS_ZON_BODY_PD_MINS_AHEAD_ABB", "WDS_ZON_TBOPT_PD_MINUTES_AHEAD", "WDS_ZON_BODY_PD_MINS"},
 		{-0.5, "WDS_ZON_BODY_PD_MINS_BEHIND_ABB", "WDS_ZON_TBOPT_PD_MINUTES_BEHIND", "WDS_ZON_BODY_PD_MINS"},
 		{1.0, "WDS_CLOCK_BODY_1_HR_AHEAD", "WDS_ZON_TBOPT_ONE_HOUR_AHEAD", LRM "+WDS_ALM_BODY_1_HR"},
@@ -95,12 +86,13 @@ TEST_F(TimeDiffText, MessageIdsOfEveryCase)
 		{-4.5, "WDS_CLOCK_BODY_P1SD_HRS_P2SD_MINS_BEHIND", "WDS_ZON_TBOPT_P1SD_HOURS_P2SD_MINUTES_BEHIND",
 			"WDS_ZON_BODY_P1SD_HRS_P2SD_MINS"},
 	};
-	for (const DiffTexts& c : cases)
+	for (const DiffTexts& c : ids)
 		expectTexts(c);
 }
 
-// The test language writes the minutes before the hours ("%2$d ... %1$d").
-TEST_F(TimeDiffText, MinutesBeforeHoursInTheTranslation)
+// The test language writes the minutes before the hours ("%2$d ... %1$d"); region digits appear
+// in the list and arc texts only.
+TEST_F(TimeDiffText, TranslatedOrderAndRegionDigits)
 {
 	setLanguage("xx");
 	std::string zone = zoneWithDifference(2.5);
@@ -119,12 +111,10 @@ TEST_F(TimeDiffText, MinutesBeforeHoursInTheTranslation)
 	// A literal "-1" elsewhere in an arc translation is replaced too.
 	std::string half = zoneWithDifference(0.5);
 	EXPECT_EQ(LRM "+30 min, not UTC" LRM "+30", ZonTimeUtil::getTimeDiffOnWidgetArc(half.c_str()));
-}
 
-TEST_F(TimeDiffText, RegionDigitsOnlyInListAndArcTexts)
-{
+	setLanguage("en");
 	setRegionFormat("ar_EG.UTF-8");
-	std::string zone = zoneWithDifference(-2.5);
+	zone = zoneWithDifference(-2.5);
 	// Arabic-Indic two, three, zero.
 	EXPECT_EQ("\xD9\xA2 hrs \xD9\xA3\xD9\xA0 mins behind", ZonTimeUtil::getTimeDiff(zone.c_str()));
 	EXPECT_EQ(LRM MINUS "\xD9\xA2 h \xD9\xA3\xD9\xA0 min", ZonTimeUtil::getTimeDiffOnWidgetArc(zone.c_str()));
@@ -132,10 +122,11 @@ TEST_F(TimeDiffText, RegionDigitsOnlyInListAndArcTexts)
 	EXPECT_EQ(fontSized("2 hrs 30 mins behind"), ZonTimeUtil::getTimeDiffWithFontSize(zone.c_str()));
 }
 
-// Numbers in the region's digits, as the list and arc texts above write them.
+// Numbers in the region's digits, as the list and arc texts above write them, cut on whole
+// characters; upper case.
 class StrUtil : public TimeFixture {};
 
-TEST_F(StrUtil, NumbersInTheRegionsDigits)
+TEST_F(StrUtil, NumbersInTheRegionsDigitsAndUpperCase)
 {
 	// Without ".UTF-8" the value is the locale itself.
 	for (const char* region : {"ar_EG.UTF-8", "fa_IR.UTF-8", "ar_AE.UTF-8", "de_DE.UTF-8", "en_US.UTF-8", "ar_EG"}) {
@@ -150,10 +141,7 @@ TEST_F(StrUtil, NumbersInTheRegionsDigits)
 	// No region format: ASCII.
 	ASSERT_EQ(0, zon_host_fault_inject("vconf_get_str", 1, VCONF_ERROR));
 	EXPECT_EQ("-2147483648", ZonStrUtil::convertNumberToString(INT_MIN));
-}
 
-TEST_F(StrUtil, LongNumbersAreCutOnWholeCharacters)
-{
 	// Eleven Arabic-Indic digits and separators need far more than the 19 bytes kept.
 	setRegionFormat("ar_EG.UTF-8");
 	std::string full = icuDecimal("ar_EG", INT_MIN);
@@ -162,10 +150,8 @@ TEST_F(StrUtil, LongNumbersAreCutOnWholeCharacters)
 	EXPECT_TRUE(got.size() >= 17u && got.size() <= 19u) << got;
 	EXPECT_EQ(full.substr(0, got.size()), got);
 	EXPECT_TRUE(g_utf8_validate(got.c_str(), -1, nullptr));
-}
 
-TEST_F(StrUtil, UpperCaseByFullUnicodeMapping)
-{
+	// Upper case by the full Unicode mapping.
 	EXPECT_EQ("STRASSE", ZonStrUtil::getUpperString("straße"));
 	EXPECT_EQ("SÃO PAULO", ZonStrUtil::getUpperString("São Paulo"));
 	EXPECT_EQ("FIJI", ZonStrUtil::getUpperString("\xEF\xAC\x81ji"));    // the "fi" ligature opens up

@@ -15,24 +15,29 @@
 #include <libintl.h>
 #include <locale.h>
 #include <math.h>
-#include <stdio.h>
-#include <stdlib.h>
+#include <string.h>
 #include <time.h>
 
+#include <fstream>
+#include <map>
 #include <memory>
-#include <string>
+#include <set>
+#include <sstream>
+#include <tuple>
 
-#include <gtest/gtest.h>
 #include <unicode/dtptngen.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 #include <unicode/ucal.h>
+#include <unicode/uloc.h>
 
 #include <system_settings.h>
 #include <vconf.h>
 
 #include "HostFixture.h"
 #include "TestClock.h"
+#include "ZonCityList.h"
+#include "ZonStrUtil.h"
 #include "ZoneClock.h"
 #include "ZonTimeUtil.h"
 #include "ZonTimeUtilTestPeer.h"
@@ -40,8 +45,6 @@
 // glibc caches translations per locale name, not per LANGUAGE; bumping this counter is the
 // documented way to make a change of LANGUAGE take effect.
 extern "C" int _nl_msg_cat_cntr;
-
-namespace zontest {
 
 // The broken-down clock of `zone` (null: the device's own zone) at t.
 inline struct tm clockIn(const char* zone, time_t t)
@@ -90,35 +93,22 @@ inline std::string zoneWithDifference(double diff)
 	return text;
 }
 
-inline std::string icuBestPattern(const char* locale, const char* skeleton)
+// ICU's own text of `when` for a skeleton, through the C++ API, with the best pattern of
+// `patternLocale` (by default `locale` itself).
+inline std::string icuFormat(const char* locale, const char* skeleton, const char* zone, UDate when,
+	const char* patternLocale = nullptr)
 {
 	UErrorCode status = U_ZERO_ERROR;
 	std::unique_ptr<icu::DateTimePatternGenerator> generator(
-		icu::DateTimePatternGenerator::createInstance(icu::Locale(locale), status));
-	std::string out;
-	generator->getBestPattern(icu::UnicodeString::fromUTF8(skeleton), status).toUTF8String(out);
-	EXPECT_TRUE(U_SUCCESS(status)) << u_errorName(status);
-	return out;
-}
-
-inline std::string icuFormatPattern(const char* locale, const std::string& pattern, const char* zone, UDate when)
-{
-	UErrorCode status = U_ZERO_ERROR;
-	icu::SimpleDateFormat format(icu::UnicodeString::fromUTF8(pattern), icu::Locale(locale), status);
+		icu::DateTimePatternGenerator::createInstance(icu::Locale(patternLocale ? patternLocale : locale), status));
+	icu::UnicodeString pattern = generator->getBestPattern(icu::UnicodeString::fromUTF8(skeleton), status);
+	icu::SimpleDateFormat format(pattern, icu::Locale(locale), status);
 	format.adoptTimeZone(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
 	icu::UnicodeString text;
 	std::string out;
 	format.format(when, text).toUTF8String(out);
 	EXPECT_TRUE(U_SUCCESS(status)) << u_errorName(status);
 	return out;
-}
-
-// ICU's own text of `when` for a skeleton, through the C++ API.
-inline std::string icuFormat(const char* locale, const char* skeleton, const char* zone, UDate when)
-{
-	return icuFormatPattern(locale, icuBestPattern(locale, skeleton), zone, when);
-}
-
 }
 
 class TimeFixture : public HostFixture {

@@ -1,24 +1,9 @@
 // The library, which keeps ICU objects between calls, against the literal pipeline that makes
 // them on every call (LiteralTimeUtil): same texts, same side effects, same log lines.
-#include <string.h>
-
-#include <functional>
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include <gtest/gtest.h>
-#include <unicode/uloc.h>
-
 #include "LiteralTimeUtil.h"
 #include "TimeTestSupport.h"
-#include "ZonCityList.h"
 #include "ZonCityPoints.h"
 #include "ZonIcuCache.h"
-#include "ZonStrUtil.h"
-#include "ZonTimeUtil.h"
-
-using namespace zontest;
 
 namespace {
 
@@ -35,22 +20,6 @@ const int kZoneStride = 24;
 #else
 const int kZoneStride = 1;
 #endif
-
-// The catalogue language of the difference texts, where the build has one.
-const char* messageLanguage(const std::string& locale)
-{
-	for (const char* language : {"ar", "ko"}) {
-		if (locale.compare(0, 2, language) == 0)
-			return language;
-	}
-	return "en";
-}
-
-struct Text {
-	const char* name;
-	std::function<std::string(const char* zone)> library;
-	std::function<std::string(const char* zone)> literal;
-};
 
 template <typename Util>
 std::string sunTexts(const Cityinfo& city, const double point[2])
@@ -69,41 +38,69 @@ std::string formattedAt(time_t t, const char* zone)
 	return out + (ok ? "" : "|false");
 }
 
-#define ZON_BOTH(call) [](const char* zone) { return ZonTimeUtil::call; }, [](const char* zone) { return LiteralTimeUtil::call; }
+// A text of the library and of the literal pipeline, named by its call; `hourly` when it follows
+// the 24-hour setting (the others are compared on the 12-hour clock only).
+struct Text {
+	const char* call;
+	bool hourly;
+	std::string (*library)(const char* zone);
+	std::string (*literal)(const char* zone);
+};
 
-// Texts that follow the 24-hour setting, then those that do not.
-const std::vector<Text>& hourTexts()
-{
-	static const std::vector<Text> texts = {
-		{"getCurrentTime", ZON_BOTH(getCurrentTime(zone))},
-		{"getCurrentTimeWithBestPattern", ZON_BOTH(getCurrentTimeWithBestPattern(zone))},
-		{"getCurrentTimeWithFontSize", ZON_BOTH(getCurrentTimeWithFontSize(zone, 60, 30))},
-		{"getCurrentTimeWithFontSizeandDefaultFontName", ZON_BOTH(getCurrentTimeWithFontSizeandDefaultFontName(zone, 48, 20))},
-		{"_getFormattedDateString", [](const char* zone) { return formattedAt<ZonTimeUtil>(time(nullptr) - 5400, zone); },
-			[](const char* zone) { return formattedAt<LiteralTimeUtil>(time(nullptr) - 5400, zone); }},
-	};
-	return texts;
-}
+#define ZON_BOTH(hourly, call) \
+	{#call, hourly, [](const char* zone) { using Util = ZonTimeUtil; return std::string(call); }, \
+		[](const char* zone) { using Util = LiteralTimeUtil; return std::string(call); }}
 
-const std::vector<Text>& otherTexts()
-{
-	static const std::vector<Text> texts = {
-		{"getCurrentTime24", ZON_BOTH(getCurrentTime24(zone))},
-		{"getCurrentDate", ZON_BOTH(getCurrentDate(zone))},
-		{"getTTSCurrentDate", ZON_BOTH(getTTSCurrentDate(zone))},
-		{"getCurrentGMT", ZON_BOTH(getCurrentGMT(zone))},
-		{"getCurrentDateWithBestPattern", ZON_BOTH(getCurrentDateWithBestPattern(zone))},
-		{"getTimeDiff", ZON_BOTH(getTimeDiff(zone))},
-		{"getTimeDiffToRead", ZON_BOTH(getTimeDiffToRead(zone))},
-		{"getTimeDiffWithFontSize", ZON_BOTH(getTimeDiffWithFontSize(zone))},
-		{"getTimeDiffOnWidgetArc", ZON_BOTH(getTimeDiffOnWidgetArc(zone))},
-		{"isDstOn", [](const char* zone) { return std::to_string(ZonTimeUtil::isDstOn(zone)); },
-			[](const char* zone) { return std::to_string(LiteralTimeUtil::isDstOn(zone)); }},
-	};
-	return texts;
-}
+const Text kTexts[] = {
+	ZON_BOTH(true, Util::getCurrentTime(zone)),
+	ZON_BOTH(true, Util::getCurrentTimeWithBestPattern(zone)),
+	ZON_BOTH(true, Util::getCurrentTimeWithFontSize(zone, 60, 30)),
+	ZON_BOTH(true, Util::getCurrentTimeWithFontSizeandDefaultFontName(zone, 48, 20)),
+	ZON_BOTH(true, formattedAt<Util>(time(nullptr) - 5400, zone)),
+	ZON_BOTH(false, Util::getCurrentTime24(zone)),
+	ZON_BOTH(false, Util::getCurrentDate(zone)),
+	ZON_BOTH(false, Util::getTTSCurrentDate(zone)),
+	ZON_BOTH(false, Util::getCurrentGMT(zone)),
+	ZON_BOTH(false, Util::getCurrentDateWithBestPattern(zone)),
+	ZON_BOTH(false, Util::getTimeDiff(zone)),
+	ZON_BOTH(false, Util::getTimeDiffToRead(zone)),
+	ZON_BOTH(false, Util::getTimeDiffWithFontSize(zone)),
+	ZON_BOTH(false, Util::getTimeDiffOnWidgetArc(zone)),
+	ZON_BOTH(false, std::to_string(Util::isDstOn(zone))),
+};
 
 #undef ZON_BOTH
+
+// Priority, tag, and the message after "file: function(line) > ", which names the reference's
+// own source.
+using LogLine = std::tuple<int, std::string, std::string>;
+
+template <typename Util>
+std::vector<LogLine> refreshLog()
+{
+	zon_host_log_clear();
+	for (const char* zone : {"Asia/Seoul", "America/St_Johns", "Europe/London", "Asia/Kolkata"}) {
+		Util::getCurrentTime(zone);
+		Util::getCurrentDate(zone);
+		Util::getTimeDiff(zone);
+		Util::getTimeDiffOnWidgetArc(zone);
+		Util::getCurrentGMT(zone);
+		Util::getCurrentTimeWithFontSize(zone, 60, 30);
+	}
+	std::string sunrise, sunset;
+	bool day = false;
+	Util::getSunRiseSetTime("GMT+9", 37.5665, 126.9780, sunrise, sunset, &day, "Asia/Seoul");
+
+	std::vector<LogLine> lines;
+	for (size_t i = 0; i < zon_host_log_count(); ++i) {
+		int priority = 0;
+		const char* tag = nullptr;
+		std::string message = zon_host_log_line(i, &priority, &tag);
+		size_t body = message.find(" > ");
+		lines.emplace_back(priority, tag ? tag : "", body == std::string::npos ? message : message.substr(body + 3));
+	}
+	return lines;
+}
 
 }
 
@@ -126,7 +123,9 @@ protected:
 	{
 		setRegion(locale);
 		setDisplayLanguage((locale + ".UTF-8").c_str());
-		setLanguage(messageLanguage(locale));
+		// The catalogue language of the difference texts, where the build has one.
+		const std::string language = locale.substr(0, 2);
+		setLanguage(language == "ar" || language == "ko" ? language.c_str() : "en");
 		set24Hour(is24);
 		// The documented refresh of the best-pattern caches after a settings change.
 		ZonTimeUtil::getBestPatternForTime();
@@ -135,14 +134,11 @@ protected:
 		LiteralTimeUtil::getBestPatternForDate();
 	}
 
-	void compare(const Text& text, const char* zone, const std::string& context)
+	void compare(const std::string& what, const std::string& library, const std::string& literal)
 	{
 		++_compared;
-		std::string library = text.library(zone);
-		std::string literal = text.literal(zone);
 		if (library != literal && ++_differences <= 20)
-			ADD_FAILURE() << text.name << "(" << zone << ") " << context << ": \"" << library << "\" != \"" << literal
-						  << "\"";
+			ADD_FAILURE() << what << ": \"" << library << "\" != \"" << literal << "\"";
 	}
 
 	// Every text of every catalogue city (every stride-th), in each locale, 12 and 24 hours.
@@ -155,20 +151,19 @@ protected:
 					std::string(locale) + (is24 ? " 24h @" : " 12h @") + std::to_string(time(nullptr));
 				for (int i = 0; i < ZON_CITY_COUNT; i += stride) {
 					const Cityinfo& city = allCityList[i];
-					for (const Text& text : hourTexts())
-						compare(text, city.timezone_path, context);
-					Text sun{"getSunRiseSetTime", [&](const char*) { return sunTexts<ZonTimeUtil>(city, allCityPoints[i]); },
-						[&](const char*) { return sunTexts<LiteralTimeUtil>(city, allCityPoints[i]); }};
-					compare(sun, city.timezone_path, context);
-					for (const Text& text : is24 ? std::vector<Text>() : otherTexts())
-						compare(text, city.timezone_path, context);
+					const char* zone = city.timezone_path;
+					const std::string where = std::string(" in ") + zone + ", " + context;
+					for (const Text& text : kTexts) {
+						if (text.hourly || !is24)
+							compare(text.call + where, text.library(zone), text.literal(zone));
+					}
+					compare("getSunRiseSetTime" + where, sunTexts<ZonTimeUtil>(city, allCityPoints[i]),
+						sunTexts<LiteralTimeUtil>(city, allCityPoints[i]));
 				}
 			}
 			for (int number : {0, 1, 7, 10, 45, 99, 1234, -5}) {
-				Text digits{"convertNumberToString",
-					[number](const char*) { return ZonStrUtil::convertNumberToString(number); },
-					[number](const char*) { return LiteralTimeUtil::convertNumberToString(number); }};
-				compare(digits, "", locale);
+				compare("convertNumberToString in " + std::string(locale), ZonStrUtil::convertNumberToString(number),
+					LiteralTimeUtil::convertNumberToString(number));
 			}
 		}
 		EXPECT_EQ(0, _differences) << "of " << _compared << " texts";
@@ -208,59 +203,7 @@ TEST_F(TimeTextCache, KeptObjectsFollowTheClockAcrossTheChange)
 	EXPECT_TRUE(ZonTimeUtil::isDstOn("Europe/Berlin"));
 }
 
-// A locale ICU has no data for borrows the default locale's, and _getFormattedDateString() moves
-// the default: what was kept under the old default must not be served under the new one.
-TEST_F(TimeTextCache, UnknownLocaleFollowsTheDefaultLocale)
-{
-	for (const char* defaultRegion : {"de_DE", "ko_KR", "ar_AE"}) {
-		setRegion(defaultRegion);
-		std::string ignored;
-		ASSERT_TRUE(ZonTimeUtil::_getFormattedDateString(kNorthernWinter, nullptr, "UTC", ignored));
-		ASSERT_STREQ(defaultRegion, uloc_getDefault());
-		setRegionFormat("qq_QQ.UTF-8");
-		SCOPED_TRACE(defaultRegion);
-		EXPECT_EQ(LiteralTimeUtil::getCurrentDate("Asia/Seoul"), ZonTimeUtil::getCurrentDate("Asia/Seoul"));
-		EXPECT_EQ(LiteralTimeUtil::getCurrentTime("Asia/Seoul"), ZonTimeUtil::getCurrentTime("Asia/Seoul"));
-		EXPECT_EQ(LiteralTimeUtil::convertNumberToString(7), ZonStrUtil::convertNumberToString(7));
-	}
-}
-
-namespace {
-
-// Priority, tag, and the message after "file: function(line) > ", which names the reference's
-// own source.
-using LogLine = std::tuple<int, std::string, std::string>;
-
-template <typename Util>
-std::vector<LogLine> refreshLog()
-{
-	zon_host_log_clear();
-	for (const char* zone : {"Asia/Seoul", "America/St_Johns", "Europe/London", "Asia/Kolkata"}) {
-		Util::getCurrentTime(zone);
-		Util::getCurrentDate(zone);
-		Util::getTimeDiff(zone);
-		Util::getTimeDiffOnWidgetArc(zone);
-		Util::getCurrentGMT(zone);
-		Util::getCurrentTimeWithFontSize(zone, 60, 30);
-	}
-	std::string sunrise, sunset;
-	bool day = false;
-	Util::getSunRiseSetTime("GMT+9", 37.5665, 126.9780, sunrise, sunset, &day, "Asia/Seoul");
-
-	std::vector<LogLine> lines;
-	for (size_t i = 0; i < zon_host_log_count(); ++i) {
-		int priority = 0;
-		const char* tag = nullptr;
-		std::string message = zon_host_log_line(i, &priority, &tag);
-		size_t body = message.find(" > ");
-		lines.emplace_back(priority, tag ? tag : "", body == std::string::npos ? message : message.substr(body + 3));
-	}
-	return lines;
-}
-
-}
-
-TEST_F(TimeTextCache, OneRefreshLogsAsTheLiteralPipeline)
+TEST_F(TimeTextCache, OneRefreshLogsAsTheLiteralPipelineUnknownLocalesFollowTheDefault)
 {
 	for (const char* locale : {"ar_AE", "en_US"}) {
 		useLocale(locale, false);
@@ -275,4 +218,18 @@ TEST_F(TimeTextCache, OneRefreshLogsAsTheLiteralPipeline)
 	setEnv("LC_ALL", nullptr);
 	std::vector<LogLine> literal = refreshLog<LiteralTimeUtil>();
 	EXPECT_EQ(literal, refreshLog<ZonTimeUtil>());
+
+	// A locale ICU has no data for borrows the default locale's, and _getFormattedDateString() moves
+	// the default: what was kept under the old default must not be served under the new one.
+	for (const char* defaultRegion : {"de_DE", "ko_KR", "ar_AE"}) {
+		setRegion(defaultRegion);
+		std::string ignored;
+		ASSERT_TRUE(ZonTimeUtil::_getFormattedDateString(kNorthernWinter, nullptr, "UTC", ignored));
+		ASSERT_STREQ(defaultRegion, uloc_getDefault());
+		setRegionFormat("qq_QQ.UTF-8");
+		SCOPED_TRACE(defaultRegion);
+		EXPECT_EQ(LiteralTimeUtil::getCurrentDate("Asia/Seoul"), ZonTimeUtil::getCurrentDate("Asia/Seoul"));
+		EXPECT_EQ(LiteralTimeUtil::getCurrentTime("Asia/Seoul"), ZonTimeUtil::getCurrentTime("Asia/Seoul"));
+		EXPECT_EQ(LiteralTimeUtil::convertNumberToString(7), ZonStrUtil::convertNumberToString(7));
+	}
 }

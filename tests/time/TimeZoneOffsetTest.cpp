@@ -1,23 +1,9 @@
-#include <math.h>
-#include <string.h>
 #include <sys/stat.h>
 
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "TimeTestSupport.h"
-#include "ZonCityList.h"
-#include "ZonTimeUtil.h"
-
-using namespace zontest;
-
-namespace {
 
 // 2016-06-01 12:00 UTC: Pyongyang kept +8:30 then, Seoul +9.
 const time_t kPyongyangOwnTime = 1464782400;
-
-}
 
 class TimeZoneOffset : public TimeFixture {};
 
@@ -41,20 +27,7 @@ TEST_F(TimeZoneOffset, EveryCatalogueZoneAgreesWithTheSystemRules)
 	}
 }
 
-TEST_F(TimeZoneOffset, ZoneChangesLeaveNoTzBehind)
-{
-	setEnv("TZ", "Asia/Tokyo");
-	ZonTimeUtil::getGmtOffset("Europe/Paris");
-	EXPECT_EQ(nullptr, getenv("TZ"));
-	EXPECT_DOUBLE_EQ(deviceOffsetNow(), ZonTimeUtil::getSystemGmtOffset());
-
-	setEnv("TZ", "Europe/Paris");
-	struct tm got;
-	ZonTimeUtil::getCurrentTime("Asia/Kolkata", got);
-	EXPECT_EQ(nullptr, getenv("TZ"));
-}
-
-TEST_F(TimeZoneOffset, AsiaPyongyangUsesSeoul)
+TEST_F(TimeZoneOffset, PyongyangUsesSeoulGmtTextMinutesAreHundredths)
 {
 	TestClock::set(kPyongyangOwnTime);
 
@@ -66,9 +39,17 @@ TEST_F(TimeZoneOffset, AsiaPyongyangUsesSeoul)
 	struct tm pyongyang = {};
 	ZonTimeUtil::getCurrentTime("Asia/Pyongyang", pyongyang);
 	EXPECT_EQ(8 * 3600 + 1800, pyongyang.tm_gmtoff);
+
+	// GMT texts: the minutes are hundredths.
+	// Only '-' at index 3 is a sign; the prefix is never read.
+	for (auto [text, hours] : {std::pair<const char*, double>{"GMT+5:30", 5.30}, {"GMT+5:45", 5.45},
+			 {"GMT-3:30", -3.3}, {"GMT+10:30", 10.3}, {"GMT-3", -3.0}, {"GMT+0", 0.0}, {"UTC 9", 9.0},
+			 {"XYZ-9", -9.0}, {"GMT", 0.0}})
+		EXPECT_DOUBLE_EQ(hours, ZonTimeUtil::_getTimezoneValue(text)) << text;
+	EXPECT_TRUE(signbit(ZonTimeUtil::_getTimezoneValue("GMT-0")));
 }
 
-TEST_F(TimeZoneOffset, HalfHoursWestOfUtcCountTowardTheEast)
+TEST_F(TimeZoneOffset, HalfHoursWestCountTowardTheEastUnknownZonesAreUtc)
 {
 	// Zones without daylight time. getGmtOffset("UTC") is minus the device's offset, so these
 	// are offsets from UTC on any device.
@@ -80,10 +61,8 @@ TEST_F(TimeZoneOffset, HalfHoursWestOfUtcCountTowardTheEast)
 	// Under an hour west flips to the east altogether.
 	EXPECT_DOUBLE_EQ(0.5, ZonTimeUtil::getGmtOffset("ZZZ0:30") - utc);
 	EXPECT_DOUBLE_EQ(-0.25, ZonTimeUtil::getGmtOffset("ZZZ1:45") - utc);   // -1:45
-}
 
-TEST_F(TimeZoneOffset, OwnZoneIsZeroAndUnknownZoneIsUtc)
-{
+	// This device's own offset is zero; an unknown zone is UTC.
 	EXPECT_DOUBLE_EQ(0.0, ZonTimeUtil::getGmtOffset(zoneWithDifference(0).c_str()));
 	EXPECT_DOUBLE_EQ(-deviceOffsetNow(), ZonTimeUtil::getGmtOffset("Nowhere/Atlantis"));
 	EXPECT_DOUBLE_EQ(-deviceOffsetNow(), ZonTimeUtil::getGmtOffset(""));
@@ -110,16 +89,15 @@ TEST_F(TimeZoneOffset, CurrentTimeOfAZoneFillsEveryField)
 	// The weather cache's clock: a POSIX "GMT+9" is nine hours west of UTC.
 	ZonTimeUtil::getCurrentTime("GMT+9", got);
 	EXPECT_EQ(-9 * 3600, got.tm_gmtoff);
-}
 
-TEST_F(TimeZoneOffset, GmtTextMinutesAreHundredths)
-{
-	// Only '-' at index 3 is a sign; the prefix is never read.
-	for (auto [text, hours] : {std::pair<const char*, double>{"GMT+5:30", 5.30}, {"GMT+5:45", 5.45},
-			 {"GMT-3:30", -3.3}, {"GMT+10:30", 10.3}, {"GMT-3", -3.0}, {"GMT+0", 0.0}, {"UTC 9", 9.0},
-			 {"XYZ-9", -9.0}, {"GMT", 0.0}})
-		EXPECT_DOUBLE_EQ(hours, ZonTimeUtil::_getTimezoneValue(text)) << text;
-	EXPECT_TRUE(signbit(ZonTimeUtil::_getTimezoneValue("GMT-0")));
+	// Zone changes leave no TZ behind.
+	setEnv("TZ", "Asia/Tokyo");
+	ZonTimeUtil::getGmtOffset("Europe/Paris");
+	EXPECT_EQ(nullptr, getenv("TZ"));
+	EXPECT_DOUBLE_EQ(deviceOffsetNow(), ZonTimeUtil::getSystemGmtOffset());
+	setEnv("TZ", "Europe/Paris");
+	ZonTimeUtil::getCurrentTime("Asia/Kolkata", got);
+	EXPECT_EQ(nullptr, getenv("TZ"));
 }
 
 TEST_F(TimeZoneOffset, NullZoneAborts)

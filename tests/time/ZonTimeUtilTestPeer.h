@@ -5,23 +5,10 @@
 #ifndef ZON_TESTS_TIME_UTIL_TEST_PEER_H
 #define ZON_TESTS_TIME_UTIL_TEST_PEER_H
 
-#include <stdio.h>
-
-#include <string>
-
 #include "ZonTimeUtil.h"
 
 class ZonTimeUtilTestPeer {
 public:
-	static void splitTimeStr(const char* text, std::string& time, std::string& ampm, bool& ampmFirst)
-	{
-		char timeBuffer[256] = {0};
-		char ampmBuffer[256] = {0};
-		snprintf(timeBuffer, sizeof(timeBuffer), "%s", text);
-		ZonTimeUtil::_splitTimeStr(timeBuffer, ampmBuffer, &ampmFirst, sizeof(timeBuffer));
-		time = timeBuffer;
-		ampm = ampmBuffer;
-	}
 	static void splitTimeStr(char* time_str, char* ampm_str, bool* is_ampm_pre, int size)
 	{
 		ZonTimeUtil::_splitTimeStr(time_str, ampm_str, is_ampm_pre, size);

@@ -1,31 +1,8 @@
 // The exchange with the weather agent on the host device: the launch the agent receives, the
 // answer on the port, the time-out alarm and the service's signal, as the platform sees them.
-#include <memory>
-
 #include "WeatherTestSupport.h"
 
-using namespace weathertest;
-
-namespace {
-
-class WeatherAgentTest : public WeatherFixture {
-protected:
-	std::unique_ptr<ZonWeatherAgentHandler> widget()
-	{
-		auto handler = std::make_unique<ZonWeatherAgentHandler>(_WIDGET_VIEW_WEATHER_PORT, kInstance);
-		watch(*handler);
-		return handler;
-	}
-
-	// Sets off the pending alarm and lets the service it launches run; the index of that launch.
-	static size_t fireAlarm()
-	{
-		size_t launch = zon_host_launch_count();
-		EXPECT_EQ(0, zon_host_fire_alarm(alarmAt(0).id));
-		zon_host_pump(100);
-		return launch;
-	}
-};
+using WeatherAgentTest = WeatherFixture;
 
 TEST_F(WeatherAgentTest, AnswerTravelsFromLaunchThroughPortToBothListsAndCallback)
 {
@@ -33,7 +10,7 @@ TEST_F(WeatherAgentTest, AnswerTravelsFromLaunchThroughPortToBothListsAndCallbac
 	db->insert(35, "Beijing", false);
 	db->insert(35, "Beijing", true);
 	db->insert(39, "Berlin", false);
-	auto handler = widget();
+	open(_WIDGET_VIEW_WEATHER_PORT, kInstance);
 
 	EXPECT_TRUE(handler->requestWeatherData(35, true, false));
 
@@ -67,14 +44,8 @@ TEST_F(WeatherAgentTest, AnswerTravelsFromLaunchThroughPortToBothListsAndCallbac
 	EXPECT_EQ(0, timeOuts);
 
 	// Weather is shared by the two lists; the stamp is the cache's clock, not the agent's time.
-	std::vector<WeatherRow> rows = weatherRows(35);
-	ASSERT_EQ(2u, rows.size());
-	for (const WeatherRow& row : rows) {
-		EXPECT_EQ(data.weatherType, row.weatherType);
-		EXPECT_EQ(data.currentTemperature, row.temperature);
-		EXPECT_EQ(1, row.isCentigrade);
-		EXPECT_EQ(weatherClockAt(kNow), row.lastUpdateTime);
-	}
+	WeatherRow stored{data.weatherType, data.currentTemperature, 1, weatherClockAt(kNow)};
+	EXPECT_EQ(std::vector<WeatherRow>(2, stored), weatherRows(35));
 	EXPECT_EQ(0, weatherRows(39).at(0).lastUpdateTime);
 }
 
@@ -82,7 +53,7 @@ TEST_F(WeatherAgentTest, SilentAgentEndsInTimeOutEvenAfterTheHandlerIsGone)
 {
 	installAgent(ZON_HOST_WEATHER_SILENT);
 	ZonDBManager::getInstance()->insert(35, "Beijing", false);
-	auto handler = widget();
+	open(_WIDGET_VIEW_WEATHER_PORT, kInstance);
 	handler->requestWeatherData(35, true, false);
 	zon_host_pump(100);
 	EXPECT_EQ(0, timeOuts);
@@ -117,7 +88,7 @@ TEST_F(WeatherAgentTest, SilentAgentEndsInTimeOutEvenAfterTheHandlerIsGone)
 TEST_F(WeatherAgentTest, EveryRequestReplacesThePendingAlarm)
 {
 	installAgent(ZON_HOST_WEATHER_SILENT);
-	auto handler = widget();
+	open(_WIDGET_VIEW_WEATHER_PORT, kInstance);
 	handler->requestWeatherData(35, true, false);
 	int first = alarmAt(0).id;
 	handler->requestWeatherData(39, true, false);
@@ -173,31 +144,28 @@ TEST_F(WeatherAgentTest, ViewHandlerGetsAnswersButNoTimeOutAndLeavesTheDatabaseA
 	// The view form does not open the database; the widget form does.
 	ZonDBManager::getInstance()->insert(39, "Berlin", false);
 	ZonDBManager::getInstance()->finalize();
-	auto view = std::make_unique<ZonWeatherAgentHandler>(_BASE_VIEW_WEATHER_PORT);
-	watch(*view);
+	ZonWeatherAgentHandler& view = open(_BASE_VIEW_WEATHER_PORT);
 
-	view->requestWeatherData(39, true, false);
+	view.requestWeatherData(39, true, false);
 	EXPECT_STREQ("zonvista.base.weather.port", zon_host_launch_extra(0, "PORT_ID"));
 	zon_host_pump(100);
 	ASSERT_EQ(1u, received.size());
 	EXPECT_EQ(0, weatherRows(39)[0].lastUpdateTime) << "stored into a closed database";
 
 	installAgent(ZON_HOST_WEATHER_SILENT);
-	view->requestWeatherData(39, true, false);
+	view.requestWeatherData(39, true, false);
 	EXPECT_EQ(nullptr, zon_host_launch_extra(fireAlarm(), "instance_id"));
 	EXPECT_EQ(0, timeOuts);
 
 	installAgent(ZON_HOST_WEATHER_ANSWER);
-	auto detail = std::make_unique<ZonWeatherAgentHandler>(_DETAIL_VIEW_WEATHER_PORT, kInstance);
-	watch(*detail);
-	detail->requestWeatherData(39, true, false);
+	open(_DETAIL_VIEW_WEATHER_PORT, kInstance).requestWeatherData(39, true, false);
 	zon_host_pump(100);
 	EXPECT_EQ(weatherClockAt(kNow), weatherRows(39)[0].lastUpdateTime);
 }
 
 TEST_F(WeatherAgentTest, AgentPathFailuresReachOnlyTheDirectCaller)
 {
-	auto handler = widget();
+	open(_WIDGET_VIEW_WEATHER_PORT, kInstance);
 	for (int cityId : {0, 332, -1}) {
 		EXPECT_FALSE(handler->requestWeatherDataFromWeatherAgent(cityId)) << cityId;
 		EXPECT_TRUE(handler->requestWeatherData(cityId, true, false)) << cityId;
@@ -232,7 +200,7 @@ TEST_F(WeatherAgentTest, AgentPathFailuresReachOnlyTheDirectCaller)
 // request report failure.
 TEST_F(WeatherAgentTest, TimeOutServiceFlagsOnlyAFailedFirstCreation)
 {
-	auto handler = widget();
+	open(_WIDGET_VIEW_WEATHER_PORT, kInstance);
 	ASSERT_EQ(0, zon_host_fault_inject("app_control_create", 2, APP_CONTROL_ERROR_OUT_OF_MEMORY));
 	EXPECT_FALSE(handler->requestWeatherDataFromWeatherAgent(35));
 	EXPECT_EQ(1u, zon_host_alarm_count());
@@ -247,5 +215,3 @@ TEST_F(WeatherAgentTest, TimeOutServiceFlagsOnlyAFailedFirstCreation)
 	EXPECT_TRUE(handler->requestWeatherDataFromWeatherAgent(39));
 	EXPECT_EQ(0u, zon_host_alarm_count());
 }
-
-} // namespace

@@ -1,16 +1,12 @@
 // Decoding of the agent's answers, well-formed and not: what reaches the callback, what is
-// stored, and that no message, however odd, crashes or stores an invalid answer.
+// stored, and that no message, however odd, crashes or stores an invalid answer. Then the cache
+// path: what counts as fresh on the cache's fixed clock, and what is asked of the agent otherwise.
 #include <limits.h>
 #include <string.h>
 
-#include <memory>
-
 #include "WeatherTestSupport.h"
 
-using namespace weathertest;
 using Pairs = std::vector<std::pair<const char*, const char*>>;
-
-namespace {
 
 class WeatherReplyTest : public WeatherFixture {
 protected:
@@ -19,21 +15,14 @@ protected:
 		WeatherFixture::SetUp();
 		ZonDBManager::getInstance()->insert(35, "Beijing", false);
 		ZonDBManager::getInstance()->updateWeatherInfo(35, CLOUDY, 20, true, 123);
-		handler = std::make_unique<ZonWeatherAgentHandler>(_WIDGET_VIEW_WEATHER_PORT, kInstance);
-		watch(*handler);
-	}
-
-	void TearDown() override
-	{
-		handler.reset();
-		WeatherFixture::TearDown();
+		open(_WIDGET_VIEW_WEATHER_PORT, kInstance);
 	}
 
 	// Beijing asked for, the agent answering exactly `pairs` (with "lat"/"lon" echoed unless
 	// named). The record the callback got.
 	ZonWeatherReplayData answer(const Pairs& pairs)
 	{
-		agentAnswers(pairs);
+		installAgent(ZON_HOST_WEATHER_FIXED, pairs);
 		received.clear();
 		handler->requestWeatherData(35, true, false);
 		zon_host_pump(100);
@@ -52,14 +41,14 @@ protected:
 
 	static void expectUntouched()
 	{
-		std::vector<WeatherRow> rows = weatherRows(35);
-		ASSERT_EQ(1u, rows.size());
-		EXPECT_EQ(CLOUDY, rows[0].weatherType);
-		EXPECT_EQ(20, rows[0].temperature);
-		EXPECT_EQ(123, rows[0].lastUpdateTime);
+		EXPECT_EQ(std::vector<WeatherRow>(1, {CLOUDY, 20, 1, 123}), weatherRows(35));
 	}
 
-	std::unique_ptr<ZonWeatherAgentHandler> handler;
+	// A reading of this very moment.
+	static void store(int cityId, int type)
+	{
+		ZonDBManager::getInstance()->updateWeatherInfo(cityId, type, -3, true, static_cast<int>(weatherClockAt(kNow)));
+	}
 };
 
 TEST_F(WeatherReplyTest, IconIdsShiftAt21AndCommasBecomePoints)
@@ -109,8 +98,17 @@ TEST_F(WeatherReplyTest, FullAnswerIsDecodedAndStored)
 	EXPECT_EQ(ZON_WEATHER_NO_TEMPERATURE, weatherRows(35)[0].temperature);
 }
 
-TEST_F(WeatherReplyTest, InvalidAnswersReachTheCallbackButAreNeverStored)
+TEST_F(WeatherReplyTest, InvalidOrUnheardAnswersAreNeverStored)
 {
+	// Unasked: no alarm to cancel, so the time-out signal is left as it is.
+	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int(kInstance, 5));
+	zon_host_pump(100);
+	bundle* message = bundle_create();
+	bundle_add_str(message, "result", "1");
+	send(message);
+	EXPECT_EQ(5, preferenceInt(kInstance));
+	ASSERT_EQ(1u, received.size());
+
 	const Pairs invalid[] = {{}, {{"result", "1"}}, {{"result", "00"}}, {{"result", " 0"}}, {{"result", ""}},
 		{{"RESULT", "0"}}, {{"result", "0x0"}, {"iconID", "1"}, {"currentTemperature", "30"}}};
 	for (const Pairs& pairs : invalid) {
@@ -123,9 +121,17 @@ TEST_F(WeatherReplyTest, InvalidAnswersReachTheCallbackButAreNeverStored)
 	ASSERT_EQ(2u, received.size());
 	EXPECT_FALSE(received.back().validity);
 	expectUntouched();
+
+	// Without a receive callback nothing is decoded or stored, but the alarm is still cancelled.
+	handler->setReceiveWeatherDataFunc(nullptr);
+	installAgent(ZON_HOST_WEATHER_FIXED, {{"result", "0"}, {"iconID", "1"}});
+	handler->requestWeatherData(35, true, false);
+	zon_host_pump(100);
+	EXPECT_EQ(0u, zon_host_alarm_count());
+	expectUntouched();
 }
 
-TEST_F(WeatherReplyTest, GarbageAndHugeNumbersDoNotWrapOrOverflow)
+TEST_F(WeatherReplyTest, NumbersDoNotWrapOrOverflowLatitudesMatchAsPrinted)
 {
 	ZonWeatherReplayData garbage = answer({{"result", "0"}, {"iconID", "sunny"}, {"currentTemperature", "12abc"},
 		{"refreshedTime", "soon"}});
@@ -145,11 +151,9 @@ TEST_F(WeatherReplyTest, GarbageAndHugeNumbersDoNotWrapOrOverflow)
 	std::string longText(5000, '9');
 	for (const char* lat : {"1e308", "-1e308", "1e999", "nan", "", longText.c_str()})
 		EXPECT_EQ(0, answer({{"result", "0"}, {"lat", lat}}).cityId) << lat;
-}
 
-TEST_F(WeatherReplyTest, CityIsFoundByTheLatitudeAsPrinted)
-{
-	// More digits that print alike still find the city; the sixth decimal does not.
+	// The city is found by the latitude as printed: more digits that print alike still find the
+	// city; the sixth decimal does not.
 	EXPECT_EQ(35, answer({{"result", "0"}, {"lat", "39.9388838"}}).cityId);
 	ZonDBManager::getInstance()->updateWeatherInfo(35, CLOUDY, 20, true, 123);
 	EXPECT_EQ(0, answer({{"result", "0"}, {"lat", "39.938885"}}).cityId);
@@ -157,24 +161,61 @@ TEST_F(WeatherReplyTest, CityIsFoundByTheLatitudeAsPrinted)
 	EXPECT_EQ(0, ZonWeatherAgentHandlerTestPeer::latitudes(*handler).at("39.938885"));
 }
 
-TEST_F(WeatherReplyTest, UnaskedOrUnheardAnswers)
+// The cache path, on a detail view.
+TEST_F(WeatherReplyTest, CacheNeverFreshForUnknownWeatherOtherListOrNoRow)
 {
-	// Unasked: no alarm to cancel, so the time-out signal is left as it is.
-	ASSERT_EQ(PREFERENCE_ERROR_NONE, preference_set_int(kInstance, 5));
-	zon_host_pump(100);
-	bundle* message = bundle_create();
-	bundle_add_str(message, "result", "1");
-	send(message);
-	EXPECT_EQ(5, preferenceInt(kInstance));
-	ASSERT_EQ(1u, received.size());
+	open(_DETAIL_VIEW_WEATHER_PORT);
+	store(35, UNDEFINED_WEATHER);
+	EXPECT_FALSE(handler->checkWeatherDataInWeatherDatabase(35, false));
 
-	// Without a receive callback nothing is decoded or stored, but the alarm is still cancelled.
-	handler->setReceiveWeatherDataFunc(nullptr);
-	agentAnswers({{"result", "0"}, {"iconID", "1"}});
-	handler->requestWeatherData(35, true, false);
-	zon_host_pump(100);
+	// Berlin has no row; a city only in the second list is found only there.
+	store(39, SUNNY);
+	EXPECT_FALSE(handler->checkWeatherDataInWeatherDatabase(39, false));
+	ZonDBManager::getInstance()->insert(39, "Berlin", true);
+	store(39, SUNNY);
+	EXPECT_FALSE(handler->checkWeatherDataInWeatherDatabase(39, false));
+	EXPECT_TRUE(handler->checkWeatherDataInWeatherDatabase(39, true));
+
+	// The check path never falls back on the agent; the request path does.
+	ASSERT_EQ(1u, received.size());
+	EXPECT_EQ(0u, zon_host_launch_count());
 	EXPECT_EQ(0u, zon_host_alarm_count());
-	expectUntouched();
+	EXPECT_TRUE(handler->requestWeatherData(35, false, true));
+	EXPECT_EQ(1u, zon_host_launch_count());
+
+	// A fresh entry without a taker is not refetched either.
+	handler->setReceiveWeatherDataFunc(nullptr);
+	EXPECT_TRUE(handler->requestWeatherData(39, false, true));
+	EXPECT_EQ(1u, zon_host_launch_count());
 }
 
-} // namespace
+// The agent's answer is stamped and judged on the same fixed clock: fresh for exactly 10800 s.
+TEST_F(WeatherReplyTest, StoredAnswerAgesOnTheFixedClock)
+{
+	open(_DETAIL_VIEW_WEATHER_PORT);
+	handler->requestWeatherData(35, true, false);
+	zon_host_pump(100);
+	ASSERT_EQ(1u, received.size());
+
+	TestClock::set(kNow + 10800);
+	EXPECT_TRUE(handler->requestWeatherData(35, false, false));
+	ASSERT_EQ(2u, received.size()) << "a fresh entry is answered before the request returns";
+	const ZonWeatherReplayData& cached = received[1];
+	EXPECT_TRUE(cached.validity);
+	EXPECT_EQ(35, cached.cityId);
+	EXPECT_EQ(received[0].weatherType, cached.weatherType);
+	EXPECT_EQ(received[0].currentTemperature, cached.currentTemperature);
+	EXPECT_EQ(received[0].isCentegrade, cached.isCentegrade);
+	EXPECT_EQ(1u, zon_host_launch_count());
+	EXPECT_EQ(0u, zon_host_alarm_count());
+
+	// One second older and the agent is asked instead; its answer comes later.
+	TestClock::advance(1);
+	EXPECT_TRUE(handler->requestWeatherData(35, false, false));
+	EXPECT_EQ(2u, received.size());
+	EXPECT_EQ(2u, zon_host_launch_count());
+	EXPECT_EQ(1u, zon_host_alarm_count());
+	zon_host_pump(100);
+	EXPECT_EQ(3u, received.size());
+	EXPECT_EQ(weatherClockAt(kNow + 10801), weatherRows(35)[0].lastUpdateTime);
+}

@@ -6,15 +6,11 @@
 #ifndef ZON_TESTS_WEATHER_TEST_SUPPORT_H
 #define ZON_TESTS_WEATHER_TEST_SUPPORT_H
 
-#include <stdlib.h>
 #include <time.h>
 
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
+#include <memory>
 
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <app_alarm.h>
@@ -23,7 +19,6 @@
 #include <app_preference.h>
 #include <bundle.h>
 #include <message_port.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 #include "TestClock.h"
@@ -39,8 +34,6 @@ public:
 		return handler.latToCityIdMap;
 	}
 };
-
-namespace weathertest {
 
 // 2023-11-14 22:13:20 UTC.
 const time_t kNow = 1700000000;
@@ -62,6 +55,12 @@ struct WeatherRow {
 	int temperature;
 	int isCentigrade;
 	long long lastUpdateTime;
+
+	bool operator==(const WeatherRow& o) const
+	{
+		return weatherType == o.weatherType && temperature == o.temperature && isCentigrade == o.isCentigrade
+			&& lastUpdateTime == o.lastUpdateTime;
+	}
 };
 
 // The city's rows, main list first, read through a connection of their own.
@@ -106,32 +105,24 @@ inline zon_host_launch launchAt(size_t i)
 	return launch;
 }
 
-inline void installAgent(zon_host_weather_mode mode)
+// An agent in `mode`; a fixed one answers exactly `pairs` (and echoes "lat"/"lon" unless the
+// pairs name them).
+inline void installAgent(zon_host_weather_mode mode,
+	const std::vector<std::pair<const char*, const char*>>& pairs = {})
 {
-	zon_host_weather_agent_config config = {};
-	config.mode = mode;
-	config.date = kNow;
-	ASSERT_EQ(0, zon_host_install_weather_agent(&config));
-}
-
-// An agent that answers exactly these pairs (and echoes "lat"/"lon" unless the pairs name them).
-inline void agentAnswers(const std::vector<std::pair<const char*, const char*>>& pairs)
-{
-	std::vector<const char*> keys;
-	std::vector<const char*> values;
+	std::vector<const char*> keys, values;
 	for (const auto& pair : pairs) {
 		keys.push_back(pair.first);
 		values.push_back(pair.second);
 	}
 	zon_host_weather_agent_config config = {};
-	config.mode = ZON_HOST_WEATHER_FIXED;
+	config.mode = mode;
+	config.date = kNow;
 	config.fixed_keys = keys.data();
 	config.fixed_values = values.data();
 	config.fixed_count = pairs.size();
 	ASSERT_EQ(0, zon_host_install_weather_agent(&config));
 }
-
-} // namespace weathertest
 
 // A device with the agent (answering at once, weather for kNow) and the service, the city
 // database open, and the wall clock standing at kNow.
@@ -141,26 +132,46 @@ protected:
 	{
 		HostFixture::SetUp();
 		// The cache judges age to the second: a real clock could tick between setup and the check.
-		TestClock::set(weathertest::kNow);
-		weathertest::installAgent(ZON_HOST_WEATHER_ANSWER);
+		TestClock::set(kNow);
+		installAgent(ZON_HOST_WEATHER_ANSWER);
 		ASSERT_EQ(0, zon_host_install_zonvista_service());
 		ZonDBManager::getInstance()->initialize();
 	}
 
 	void TearDown() override
 	{
+		handler.reset();
 		ZonDBManager::getInstance()->finalize();
 		TestClock::release();
 		HostFixture::TearDown();
 	}
 
-	// Every record the handler hands out, copied, and the time-outs it reports.
-	void watch(ZonWeatherAgentHandler& handler)
+	// A handler on `port` (for a widget when `instance` is given) whose records are copied into
+	// `received` and whose time-outs are counted.
+	ZonWeatherAgentHandler& open(const char* port, const char* instance = nullptr)
 	{
-		handler.setReceiveWeatherDataFunc([this](ZonWeatherReplayData& data) { received.push_back(data); });
-		handler.setTimeOutCb([this]() { ++timeOuts; });
+		handler = instance ? std::make_unique<ZonWeatherAgentHandler>(port, instance)
+						   : std::make_unique<ZonWeatherAgentHandler>(port);
+		watch(*handler);
+		return *handler;
 	}
 
+	// Sets off the pending alarm and lets the service it launches run; the index of that launch.
+	static size_t fireAlarm()
+	{
+		size_t launch = zon_host_launch_count();
+		EXPECT_EQ(0, zon_host_fire_alarm(alarmAt(0).id));
+		zon_host_pump(100);
+		return launch;
+	}
+
+	void watch(ZonWeatherAgentHandler& watched)
+	{
+		watched.setReceiveWeatherDataFunc([this](ZonWeatherReplayData& data) { received.push_back(data); });
+		watched.setTimeOutCb([this]() { ++timeOuts; });
+	}
+
+	std::unique_ptr<ZonWeatherAgentHandler> handler;
 	std::vector<ZonWeatherReplayData> received;
 	int timeOuts = 0;
 };

@@ -35,6 +35,7 @@
 namespace {
 
 const double kMs = 1000.0;
+const double kEnd = 2145916800;   // 2038
 
 std::unique_ptr<icu::BasicTimeZone> zone(const char* id)
 {
@@ -46,29 +47,27 @@ std::unique_ptr<icu::BasicTimeZone> zone(const char* id)
 	return std::unique_ptr<icu::BasicTimeZone>(basic);
 }
 
-void offsetAt(const icu::TimeZone& tz, double seconds, int32_t& raw, int32_t& dst)
+// The zone's total offset at `seconds`, in milliseconds; whether it is daylight time.
+int32_t offsetAt(const icu::TimeZone& tz, double seconds, bool* daylight = nullptr)
 {
 	UErrorCode status = U_ZERO_ERROR;
+	int32_t raw = 0, dst = 0;
 	tz.getOffset(seconds * kMs, false, raw, dst, status);
+	if (daylight)
+		*daylight = dst != 0;
+	return raw + dst;
 }
 
-// Instants (seconds) in [from, to) where the zone's total offset changes, with the new offset.
-std::vector<std::pair<double, int32_t>> changes(const icu::BasicTimeZone& tz, double from, double to)
+// Calls `at` with each transition (seconds) after `from` and before `to`.
+template <typename At>
+void forEachTransition(const icu::BasicTimeZone& tz, double from, double to, At at)
 {
-	std::vector<std::pair<double, int32_t>> out;
-	int32_t raw, dst;
-	offsetAt(tz, from - 1, raw, dst);
-	int32_t last = raw + dst;
 	icu::TimeZoneTransition tr;
-	UDate t = (from - 1) * kMs;
+	UDate t = from * kMs;
 	while (tz.getNextTransition(t, false, tr) && tr.getTime() < to * kMs) {
 		t = tr.getTime();
-		offsetAt(tz, t / kMs, raw, dst);
-		if (raw + dst != last)
-			out.emplace_back(t / kMs, raw + dst);
-		last = raw + dst;
+		at(t / kMs);
 	}
-	return out;
 }
 
 int offsets()
@@ -77,16 +76,19 @@ int offsets()
 	std::unique_ptr<icu::StringEnumeration> ids(icu::TimeZone::createEnumeration(status));
 	const char* id;
 	int32_t length;
-	const double from = 0, to = 2145916800;  // 1970 - 2038
 	while (ids && (id = ids->next(&length, status))) {
 		auto tz = zone(id);
 		if (!tz)
 			continue;
-		int32_t raw, dst;
-		offsetAt(*tz, from - 1, raw, dst);
-		printf("%s %d", id, (raw + dst) / 1000);
-		for (auto& c : changes(*tz, from, to))
-			printf(" %.0f:%d", c.first, c.second / 1000);
+		// The offset before 1970, then the instants up to 2038 where it changes.
+		int32_t last = offsetAt(*tz, -1);
+		printf("%s %d", id, last / 1000);
+		forEachTransition(*tz, -1, kEnd, [&](double t) {
+			int32_t offset = offsetAt(*tz, t);
+			if (offset != last)
+				printf(" %.0f:%d", t, offset / 1000);
+			last = offset;
+		});
 		printf("\n");
 	}
 	return 0;
@@ -96,12 +98,6 @@ void put32(std::string& out, int64_t v)
 {
 	for (int shift = 24; shift >= 0; shift -= 8)
 		out += static_cast<char>((v >> shift) & 0xff);
-}
-
-void put64(std::string& out, int64_t v)
-{
-	put32(out, v >> 32);
-	put32(out, v & 0xffffffff);
 }
 
 // Version 2 zone file: an empty version 1 block, then every transition with 64-bit times.
@@ -115,23 +111,19 @@ bool writeTzif(const icu::BasicTimeZone& tz, const std::string& path)
 	std::map<Type, int> index;
 	std::vector<Type> types;
 	auto typeOf = [&](double seconds) {
-		int32_t raw, dst;
-		offsetAt(tz, seconds, raw, dst);
-		Type t{(raw + dst) / 1000, dst != 0};
+		Type t;
+		t.utoff = offsetAt(tz, seconds, &t.isdst) / 1000;
 		auto it = index.find(t);
 		if (it != index.end())
 			return it->second;
 		types.push_back(t);
 		return index[t] = static_cast<int>(types.size() - 1);
 	};
+	const double from1900 = -2208988800.0;
 	std::vector<std::pair<int64_t, int>> trans;
-	typeOf(-2208988800.0 - 1);  // before 1900: type 0
-	icu::TimeZoneTransition tr;
-	UDate t = -2208988800.0 * kMs;
-	while (tz.getNextTransition(t, false, tr) && tr.getTime() < 2145916800.0 * kMs) {
-		t = tr.getTime();
-		trans.emplace_back(static_cast<int64_t>(t / kMs), typeOf(t / kMs));
-	}
+	typeOf(from1900 - 1);  // before 1900: type 0
+	forEachTransition(tz, from1900, kEnd,
+		[&](double t) { trans.emplace_back(static_cast<int64_t>(t), typeOf(t)); });
 	auto header = [](std::string& out, uint32_t timecnt, uint32_t typecnt, uint32_t charcnt) {
 		out += "TZif2";
 		out.append(15, '\0');
@@ -144,8 +136,10 @@ bool writeTzif(const icu::BasicTimeZone& tz, const std::string& path)
 	out.append(2, '\0');  // not daylight, abbreviation 0
 	out += std::string("ZZZ\0", 4);
 	header(out, trans.size(), types.size(), 4);
-	for (auto& tr : trans)
-		put64(out, tr.first);
+	for (auto& tr : trans) {
+		put32(out, tr.first >> 32);
+		put32(out, tr.first & 0xffffffff);
+	}
 	for (auto& tr : trans)
 		out += static_cast<char>(tr.second);
 	for (auto& type : types) {
@@ -194,11 +188,11 @@ int agree(const char* tzdir, time_t now, int count, char** ids)
 			time_t t = now - year + k * (2 * year / 23);
 			struct tm local;
 			localtime_r(&t, &local);
-			int32_t raw, dst;
-			offsetAt(*tz, static_cast<double>(t), raw, dst);
-			if ((raw + dst) / 1000 != local.tm_gmtoff || (dst != 0) != (local.tm_isdst > 0)) {
-				printf("%s at %lld: ICU %d%s, C library %ld%s\n", ids[i], static_cast<long long>(t),
-						(raw + dst) / 1000, dst ? " daylight" : "", local.tm_gmtoff, local.tm_isdst > 0 ? " daylight" : "");
+			bool dst = false;
+			int32_t offset = offsetAt(*tz, static_cast<double>(t), &dst) / 1000;
+			if (offset != local.tm_gmtoff || dst != (local.tm_isdst > 0)) {
+				printf("%s at %lld: ICU %d%s, C library %ld%s\n", ids[i], static_cast<long long>(t), offset,
+						dst ? " daylight" : "", local.tm_gmtoff, local.tm_isdst > 0 ? " daylight" : "");
 				++disagreements;
 			}
 		}
