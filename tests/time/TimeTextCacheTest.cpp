@@ -232,4 +232,13 @@ TEST_F(TimeTextCache, OneRefreshLogsAsTheLiteralPipelineUnknownLocalesFollowTheD
 		EXPECT_EQ(LiteralTimeUtil::getCurrentTime("Asia/Seoul"), ZonTimeUtil::getCurrentTime("Asia/Seoul"));
 		EXPECT_EQ(LiteralTimeUtil::convertNumberToString(7), ZonStrUtil::convertNumberToString(7));
 	}
+	// A locale with data of its own gives the same under any default: what was kept for it stays.
+	ZonIcuCache::clear();
+	setRegionFormat("de_DE.UTF-8");
+	ZonTimeUtil::getCurrentTime("Asia/Seoul");
+	ZonTimeUtil::getCurrentDate("Asia/Seoul");
+	UErrorCode status = U_ZERO_ERROR;
+	uloc_setDefault("ko_KR", &status);
+	EXPECT_EQ(LiteralTimeUtil::getCurrentTime("Asia/Seoul"), ZonTimeUtil::getCurrentTime("Asia/Seoul"));
+	EXPECT_EQ(2u, ZonIcuCache::counts().patterns);
 }
