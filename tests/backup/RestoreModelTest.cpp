@@ -2,10 +2,6 @@
 // backup into a restore.
 #include <time.h>
 
-#include <cstdlib>
-
-#include <gtest/gtest.h>
-
 #include <dlog.h>
 
 #include "CloudFixture.h"

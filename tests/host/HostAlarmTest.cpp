@@ -1,10 +1,5 @@
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include <app_alarm.h>
 #include <app_control.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 

@@ -1,9 +1,4 @@
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include <app_control.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 

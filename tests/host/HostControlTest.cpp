@@ -1,8 +1,3 @@
-#include <cstdlib>
-
-#include <string>
-#include <vector>
-
 #include <glib.h>
 
 #include <app_common.h>
@@ -12,7 +7,6 @@
 #include <message_port.h>
 #include <vconf.h>
 #include <zon_platform.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 

@@ -1,14 +1,8 @@
 #include <fstream>
 #include <regex>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <unistd.h>
 
 #include <dlog.h>
 #include <vconf.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 

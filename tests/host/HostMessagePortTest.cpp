@@ -1,9 +1,5 @@
-#include <string>
-#include <vector>
-
 #include <bundle.h>
 #include <message_port.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 

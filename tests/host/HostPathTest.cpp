@@ -1,13 +1,10 @@
-#include <cstdlib>
 #include <libintl.h>
 #include <fstream>
-#include <string>
 
 #include <glib.h>
 
 #include <app_common.h>
 #include <zon_platform.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 
@@ -18,10 +15,7 @@ class HostPath : public HostFixture {};
 TEST_F(HostPath, ApplicationAndDevicePathsExistEndInSlashAndStayInside)
 {
 	const std::string app = root() + "/apps/korvath.zonvista/";
-	const struct {
-		char *(*get)(void);
-		const char *sub;
-	} dirs[] = {
+	const struct { char *(*get)(void); const char *sub; } dirs[] = {
 		{app_get_data_path, "data/"}, {app_get_resource_path, "res/"},
 		{app_get_shared_resource_path, "shared/res/"}, {app_get_shared_trusted_path, "shared/trusted/"},
 		{app_get_shared_data_path, "shared/data/"}, {app_get_cache_path, "cache/"},
@@ -55,7 +49,7 @@ TEST_F(HostPath, ApplicationAndDevicePathsExistEndInSlashAndStayInside)
 	EXPECT_EQ("<null>", takeText(zon_platform_path(nullptr)));
 }
 
-TEST_F(HostPath, DeviceRootComesFromTheEnvironment)
+TEST_F(HostPath, DeviceRootComesFromTheEnvironmentAndTheLibraryDomainIsBound)
 {
 	EXPECT_EQ(root(), zon_host_root());
 	setEnv("ZON_HOST_ROOT", nullptr);
@@ -67,13 +61,10 @@ TEST_F(HostPath, DeviceRootComesFromTheEnvironment)
 	setEnv("HOME", rootPath("home").c_str());
 	zon_host_reset();
 	EXPECT_STREQ(rootPath("home/.local/share/zon-host").c_str(), zon_host_root());
+
+	// As the application framework does on the watch, the host binds the library's text domain
+	// before the program runs: here, to the build tree's catalogues (the program never bound it).
+	EXPECT_STREQ(ZON_BUILD_LOCALE_DIR, bindtextdomain("zonvista", nullptr));
 }
 
 } // namespace
-
-// As the application framework does on the watch, the host binds the library's text domain
-// before the program runs: here, to the build tree's catalogues (the program never bound it).
-TEST(HostTextDomain, LibraryDomainIsBoundWhenTheHostLoads)
-{
-	EXPECT_STREQ(ZON_BUILD_LOCALE_DIR, bindtextdomain("zonvista", nullptr));
-}

@@ -1,12 +1,8 @@
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <fstream>
-#include <string>
-#include <vector>
 
 #include <app_preference.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 

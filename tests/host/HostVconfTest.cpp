@@ -1,11 +1,6 @@
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <string>
-#include <vector>
 
 #include <vconf.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 

@@ -1,12 +1,8 @@
-#include <cstdlib>
 #include <map>
-#include <string>
-#include <vector>
 
 #include <app_control.h>
 #include <bundle.h>
 #include <message_port.h>
-#include <zon-host/zon_host.h>
 
 #include "HostFixture.h"
 

@@ -26,10 +26,7 @@ int realClockGettime(clockid_t clock, struct timespec* out)
 
 namespace TestClock {
 
-void set(time_t epoch)
-{
-	gSetAt = epoch;
-}
+void set(time_t epoch) { gSetAt = epoch; }
 
 void advance(long seconds)
 {
@@ -38,10 +35,7 @@ void advance(long seconds)
 		gSetAt = at + seconds;
 }
 
-void release()
-{
-	gSetAt = -1;
-}
+void release() { gSetAt = -1; }
 
 }
 

@@ -39,16 +39,10 @@
 
 #include <fcntl.h>
 #include <stdarg.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <mutex>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include <Elementary.h>
 

@@ -1,9 +1,6 @@
 // The host's stand-ins for the watch's toolkit extension: who gets the back key, how rotary
 // callbacks are ordered and stopped, the desktop's keys and wheel, and the theme overlay.
 
-#include <string>
-#include <vector>
-
 #include <efl_extension.h>
 
 #include "UiFixture.h"
@@ -12,11 +9,7 @@ namespace {
 
 using Trace = std::vector<std::string>;
 
-struct Recorder {
-	Trace* trace;
-	std::string name;
-	Eina_Bool result;
-};
+struct Recorder { Trace* trace; std::string name; Eina_Bool result; };
 
 void onBack(void* data, Evas_Object*, void*) { static_cast<Recorder*>(data)->trace->push_back(static_cast<Recorder*>(data)->name); }
 
@@ -29,22 +22,14 @@ Eina_Bool onRotary(void* data, Evas_Object*, Eext_Rotary_Event_Info* info)
 
 }
 
-class HostToolkitTest : public UiFixture {
-protected:
-	Evas_Object* shown()
-	{
-		Evas_Object* b = elm_button_add(window());
-		evas_object_show(b);
-		return b;
-	}
-};
+using HostToolkitTest = UiFixture;
 
 TEST_F(HostToolkitTest, BackKeyGoesToTheNewestShownReceiver)
 {
 	Trace trace;
 	Recorder a{&trace, "a", EINA_TRUE}, b{&trace, "b", EINA_TRUE}, b2{&trace, "b2", EINA_TRUE};
-	Evas_Object* first = shown();
-	Evas_Object* second = shown();
+	Evas_Object* first = shownButton();
+	Evas_Object* second = shownButton();
 	eext_object_event_callback_add(first, EEXT_CALLBACK_BACK, onBack, &a);
 	eext_object_event_callback_add(second, EEXT_CALLBACK_BACK, onBack, &b);
 	eext_object_event_callback_add(second, EEXT_CALLBACK_MORE, onBack, &b2);
@@ -66,7 +51,7 @@ TEST_F(HostToolkitTest, RotaryCallbacksRunByPriorityUntilOneStops)
 {
 	Trace trace;
 	Recorder early{&trace, "early", EINA_TRUE}, normal{&trace, "normal", EINA_FALSE}, late{&trace, "late", EINA_TRUE};
-	Evas_Object* obj = shown();
+	Evas_Object* obj = shownButton();
 	eext_rotary_object_event_callback_priority_add(obj, 10, onRotary, &late);
 	eext_rotary_object_event_callback_add(obj, onRotary, &normal);
 	eext_rotary_object_event_callback_priority_add(obj, -100, onRotary, &early);
@@ -82,7 +67,7 @@ TEST_F(HostToolkitTest, RotaryCallbacksRunByPriorityUntilOneStops)
 	zon_host_rotary_event(false);
 	EXPECT_EQ((Trace{"early-", "normal-"}), trace);
 
-	Evas_Object* other = shown();
+	Evas_Object* other = shownButton();
 	eext_rotary_object_event_activated_set(other, EINA_TRUE);
 	EXPECT_EQ(other, zon_host_rotary_activated_object());
 	eext_rotary_object_event_activated_set(obj, EINA_FALSE);
@@ -95,7 +80,7 @@ TEST_F(HostToolkitTest, DesktopKeysAndWheelAreTheBackKeyAndTheBezel)
 {
 	Trace trace;
 	Recorder back{&trace, "back", EINA_TRUE}, bezel{&trace, "bezel", EINA_TRUE};
-	Evas_Object* obj = shown();
+	Evas_Object* obj = shownButton();
 	eext_object_event_callback_add(obj, EEXT_CALLBACK_BACK, onBack, &back);
 	eext_rotary_object_event_callback_add(obj, onRotary, &bezel);
 	eext_rotary_object_event_activated_set(obj, EINA_TRUE);

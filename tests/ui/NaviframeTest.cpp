@@ -1,9 +1,6 @@
 // WNaviframeControllerEx and the framework's naviframe and view controllers under it: top and
 // bottom views, deleting the top page, popping by the back key, and views bound to their objects.
 
-#include <string>
-#include <vector>
-
 #include <WNaviframeControllerEx.h>
 
 #include "UiFixture.h"
@@ -62,7 +59,7 @@ protected:
 	Trace trace_;
 };
 
-TEST_F(NaviframeTest, TopAndBottomViewsAndDeletingTheTop)
+TEST_F(NaviframeTest, TopAndBottomViewsDeletingTheTopAndPoppingToANamedView)
 {
 	expectTopAndBottom(nullptr, nullptr);
 	PageView* first = push("first");
@@ -81,6 +78,14 @@ TEST_F(NaviframeTest, TopAndBottomViewsAndDeletingTheTop)
 	// On an empty naviframe it does nothing.
 	navi_->deleteTop();
 	EXPECT_EQ((Trace{"destroy second", "destroy first"}), trace_);
+
+	for (const char* name : {"first", "second", "third"})
+		push(name);
+	pump(0.6);
+	EXPECT_FALSE(navi_->popTo("nowhere"));
+	EXPECT_TRUE(navi_->popTo("first"));
+	EXPECT_TRUE(pumpUntil([&] { return navi_->getViewCount() == 1; }));
+	EXPECT_STREQ("first", navi_->getTopView()->getName());
 }
 
 TEST_F(NaviframeTest, BackKeyPopsDownToTheLastPageUnlessAViewRefuses)
@@ -109,15 +114,4 @@ TEST_F(NaviframeTest, BackKeyPopsDownToTheLastPageUnlessAViewRefuses)
 	pump(0.5);
 	EXPECT_EQ(2, navi_->getViewCount());
 	EXPECT_STREQ("editor", navi_->getTopView()->getName());
-}
-
-TEST_F(NaviframeTest, PopToANamedView)
-{
-	for (const char* name : {"first", "second", "third"})
-		push(name);
-	pump(0.6);
-	EXPECT_FALSE(navi_->popTo("nowhere"));
-	EXPECT_TRUE(navi_->popTo("first"));
-	EXPECT_TRUE(pumpUntil([&] { return navi_->getViewCount() == 1; }));
-	EXPECT_STREQ("first", navi_->getTopView()->getName());
 }

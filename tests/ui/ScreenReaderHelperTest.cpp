@@ -2,10 +2,7 @@
 // the list edit-mode chain, the highlight (at once and delayed), and the eight overloads that make
 // an access object out of a layout part.
 
-#include <functional>
-#include <string>
 #include <tuple>
-#include <vector>
 
 #include <ScreenReaderHelper.h>
 #include <WTimer.h>
@@ -41,15 +38,6 @@ protected:
 		setScreenReader(true);
 	}
 
-	Evas_Object* button(const char* label = nullptr)
-	{
-		Evas_Object* b = elm_button_add(window());
-		if (label)
-			elm_object_text_set(b, label);
-		evas_object_show(b);
-		return b;
-	}
-
 	// A layout with a text part, "elm.text".
 	Evas_Object* layout()
 	{
@@ -73,14 +61,14 @@ protected:
 TEST_F(ScreenReaderHelperTest, InformationFromTextsOrFunctionsPicksTheReadingKind)
 {
 	int gestures = 0;
-	Evas_Object* both = button();
+	Evas_Object* both = shownButton();
 	H::setInformationOnElmObj(both, "zonvista", "WDS_ZON_TPOP_DELETED", "IDS_ZON_POP_CITY_ADDED", countGesture, &gestures);
-	Evas_Object* nameOnly = button();
+	Evas_Object* nameOnly = shownButton();
 	H::setInformationOnElmObj(nameOnly, nullptr, "Paris", nullptr, nullptr, nullptr);
-	Evas_Object* descriptionOnly = button("Label");
+	Evas_Object* descriptionOnly = shownButton("Label");
 	H::setInformationOnElmObj(descriptionOnly, nullptr, nullptr, "Double tap to edit", nullptr, nullptr);
 	// Functions are asked when the reader reads.
-	Evas_Object* functions = button();
+	Evas_Object* functions = shownButton();
 	H::setInformationOnElmObj(functions, nullptr, nameOf, const_cast<char*>("Seoul"), nameOf, const_cast<char*>("4 hours ahead"), nullptr, nullptr);
 	using Case = std::tuple<Evas_Object*, int, const char*>;
 	for (auto [obj, kind, reads] : {Case{both, N | D, "Deleted., City added."}, Case{nameOnly, N, "Paris"},
@@ -91,7 +79,7 @@ TEST_F(ScreenReaderHelperTest, InformationFromTextsOrFunctionsPicksTheReadingKin
 	EXPECT_EQ(1, zon_host_screen_reader_gesture(both, ELM_ATSPI_GESTURE_ONE_FINGER_DOUBLE_TAP));
 	EXPECT_EQ(1, gestures);
 
-	Evas_Object* untouched = button("Untouched");
+	Evas_Object* untouched = shownButton("Untouched");
 	std::string before = readerText(untouched);
 	H::setInformationOnElmObj(untouched, "zonvista", static_cast<const char*>(nullptr), nullptr, countGesture, &gestures);
 	H::setInformationOnElmObj(untouched, nullptr, static_cast<Elm_Atspi_Reading_Info_Cb>(nullptr), nullptr, nullptr, nullptr, countGesture, &gestures);
@@ -102,14 +90,14 @@ TEST_F(ScreenReaderHelperTest, InformationFromTextsOrFunctionsPicksTheReadingKin
 
 TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelay)
 {
-	Evas_Object* a = button("a");
+	Evas_Object* a = shownButton("a");
 	for (bool focusable : {false, true}) {
 		H::setFocusableForElmObj(a, focusable);
 		H::setFocusOnObject(a, false, 0.0);
 		EXPECT_EQ(focusable ? a : nullptr, zon_host_screen_reader_highlighted());
 	}
 
-	Evas_Object* target = button("target");
+	Evas_Object* target = shownButton("target");
 	double start = ecore_time_get();
 	H::setFocusOnObject(target, true, 0.5);
 	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
@@ -122,7 +110,7 @@ TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelay)
 	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
 
 	// An object deleted while it waits is left alone.
-	Evas_Object* doomed = button("doomed");
+	Evas_Object* doomed = shownButton("doomed");
 	H::setFocusOnObject(doomed, true, 0.1);
 	evas_object_del(doomed);
 	pump(0.3);
@@ -134,7 +122,7 @@ TEST_F(ScreenReaderHelperTest, RelationsInEachDirectionAndAlongLists)
 {
 	Evas_Object *a = nullptr, *b = nullptr;
 	for (auto direction : {H::BOTH, H::FORWARD, H::REVERSE}) {
-		a = button(), b = button();
+		a = shownButton(), b = shownButton();
 		H::setRelationship(a, b, direction);
 		EXPECT_EQ(direction != H::REVERSE ? Objects{b} : Objects{}, related(a, kTo)) << direction;
 		EXPECT_EQ(direction != H::FORWARD ? Objects{a} : Objects{}, related(b, kFrom)) << direction;
@@ -147,7 +135,7 @@ TEST_F(ScreenReaderHelperTest, RelationsInEachDirectionAndAlongLists)
 	EXPECT_TRUE(related(a, kTo).empty());
 
 	// A list relates each neighbouring pair, and only those.
-	Evas_Object *x = button(), *y = button(), *z = button();
+	Evas_Object *x = shownButton(), *y = shownButton(), *z = shownButton();
 	H::setRelationshipWithObjList({x, y, z}, H::FORWARD);
 	for (auto [from, to] : {std::pair{x, Objects{y}}, std::pair{y, Objects{z}}, std::pair{z, Objects{}}}) {
 		EXPECT_EQ(to, related(from, kTo));
@@ -170,7 +158,7 @@ TEST_F(ScreenReaderHelperTest, EditModeChainThreadsTheControlsBetweenTheFirstIte
 			EXPECT_EQ(Objects{chain[i]}, related(chain[i + 1], kFrom)) << i;
 		}
 	};
-	Evas_Object *first = button("select all"), *second = button("delete"), *third = button("cancel");
+	Evas_Object *first = shownButton("select all"), *second = shownButton("delete"), *third = shownButton("cancel");
 	Evas_Object* list = genlist(4);
 	Elm_Object_Item* top = elm_genlist_first_item_get(list);
 	H::setGenlistEditmodeChain(list, first, second, third);
@@ -178,13 +166,13 @@ TEST_F(ScreenReaderHelperTest, EditModeChainThreadsTheControlsBetweenTheFirstIte
 	expectChain({elm_genlist_last_item_get(list), top});
 
 	Evas_Object* otherList = genlist(3);
-	Evas_Object *a = button(), *b = button();
+	Evas_Object *a = shownButton(), *b = shownButton();
 	H::setGenlistEditmodeChain(otherList, a, b, nullptr);
 	expectChain({a, b, elm_genlist_item_next_get(elm_genlist_first_item_get(otherList))});
 
 	// Too short a list or a missing object: a message and no relation at all.
 	using Case = std::tuple<int, bool, const char*>;
-	a = button(), b = button();
+	a = shownButton(), b = shownButton();
 	for (auto [items, withObjects, message] : {Case{2, true, "at least 3 items have to be exist"}, Case{1, true, "second item is not exist"},
 			 Case{0, true, "top item is not exist"}, Case{3, false, "object is not exist"}}) {
 		zon_host_log_clear();

@@ -1,9 +1,6 @@
 // ToastPopup: how a toast ends (time-out, tap, back key, screen reader), that it deletes itself
 // exactly once and after its dismissed callback, and the updating notice.
 
-#include <string>
-#include <vector>
-
 #include <ToastPopup.h>
 
 #include "UiFixture.h"
@@ -51,10 +48,7 @@ protected:
 TEST_F(ToastPopupTest, CheckStyleWinsOverSmallAndEachEndsByItselfAfterTwoSeconds)
 {
 	double start = ecore_time_get();
-	struct Case {
-		bool isCheck, isSmall;
-		const char* style;
-	};
+	struct Case { bool isCheck, isSmall; const char* style; };
 	for (const Case& c : {Case{false, false, "toast/circle"}, Case{false, true, "toast/small/circle"},
 			 Case{true, false, "toast/circle/check"}, Case{true, true, "toast/circle/check"}}) {
 		Evas_Object* p = (new ToastPopup())->create(window(), "City added.", "unused", c.isCheck, c.isSmall);

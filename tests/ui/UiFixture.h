@@ -79,6 +79,16 @@ protected:
 	}
 	static void pump(double seconds) { zon_host_toolkit_pump(seconds, nullptr, nullptr); }
 
+	// A button shown on the window.
+	Evas_Object* shownButton(const char* label = nullptr) const
+	{
+		Evas_Object* b = elm_button_add(window());
+		if (label)
+			elm_object_text_set(b, label);
+		evas_object_show(b);
+		return b;
+	}
+
 	// The popups on the window's canvas, bottom to top.
 	std::vector<Evas_Object*> popups() const
 	{

@@ -1,8 +1,6 @@
 // app_trellis::WTimer: repetition until the handler says no, ending from outside and from inside
 // the handler, firing at once, and what the weak pointers see.
 
-#include <memory>
-
 #include <WTimer.h>
 
 #include "UiFixture.h"
@@ -12,7 +10,7 @@ using app_trellis::WTimerWeakPtr;
 
 class WTimerTest : public UiFixture {};
 
-TEST_F(WTimerTest, RepeatsUntilTheHandlerReturnsFalseAndRefusesBadTimers)
+TEST_F(WTimerTest, RepeatsUntilTheHandlerReturnsFalseFiresAtOnceAndRefusesBadTimers)
 {
 	int calls = 0, data = 7, seen = 0;
 	WTimerWeakPtr timer = WTimer::addTimer(0.02, [&](void* d) {
@@ -31,6 +29,20 @@ TEST_F(WTimerTest, RepeatsUntilTheHandlerReturnsFalseAndRefusesBadTimers)
 	EXPECT_TRUE(WTimer::addTimer(1.0, WTimer::Handler()).expired());
 	EXPECT_EQ(0u, WTimer::getCount());
 	EXPECT_EQ(2u, zon_host_log_count_matching("invalid timer"));
+
+	// fire() runs the handler now and restarts the interval.
+	calls = 0;
+	bool again = true;
+	timer = WTimer::addTimer(30.0, [&](void*) {
+		++calls;
+		return again;
+	});
+	EXPECT_TRUE(timer.lock()->fire());
+	EXPECT_GT(timer.lock()->getPending(), 29.0);
+	again = false;
+	EXPECT_FALSE(timer.lock()->fire());
+	EXPECT_EQ(2, calls);
+	EXPECT_TRUE(timer.expired());
 }
 
 TEST_F(WTimerTest, DestroyedFromOutsideOrByItsOwnHandler)
@@ -61,20 +73,4 @@ TEST_F(WTimerTest, DestroyedFromOutsideOrByItsOwnHandler)
 	pump(0.05);
 	EXPECT_EQ(1, calls);
 	EXPECT_FALSE(ran);
-}
-
-TEST_F(WTimerTest, FireRunsTheHandlerNowAndRestartsTheInterval)
-{
-	int calls = 0;
-	bool again = true;
-	WTimerWeakPtr timer = WTimer::addTimer(30.0, [&](void*) {
-		++calls;
-		return again;
-	});
-	EXPECT_TRUE(timer.lock()->fire());
-	EXPECT_GT(timer.lock()->getPending(), 29.0);
-	again = false;
-	EXPECT_FALSE(timer.lock()->fire());
-	EXPECT_EQ(2, calls);
-	EXPECT_TRUE(timer.expired());
 }

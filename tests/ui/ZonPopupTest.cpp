@@ -1,20 +1,16 @@
 // ZonPopup: each notice's text, style and display time, how notices go away, the plural notice,
 // re-translation of the translatable ones and the no-result icon.
 
-#include <functional>
-#include <string>
-#include <vector>
-
 #include <ZonPopup.h>
 
 #include "UiFixture.h"
 
 namespace {
 
+// name: the text id.
 struct Notice {
 	std::function<void(Evas_Object*)> show;
-	const char* name; // the text id
-	const char* style;
+	const char *name, *style;
 	bool translatable;
 	double readerTimeout;
 };
@@ -74,18 +70,15 @@ TEST_F(ZonPopupTest, EachNoticeHasItsTextStyleAndTimeAndGoesWhenReadToTheEnd)
 
 TEST_F(ZonPopupTest, TimeOutDeletesAtOnceAndATapFadesOut)
 {
-	ZonPopup::showCityDeletedPopup(window());
-	DeletionWatch timedOut(onlyPopup());
-	evas_object_smart_callback_call(onlyPopup(), "timeout", nullptr);
-	pump(0.01);
-	EXPECT_TRUE(timedOut.gone());
-
-	ZonPopup::showUpdateSuccessPopup(window());
-	DeletionWatch tapped(onlyPopup());
-	evas_object_smart_callback_call(onlyPopup(), "block,clicked", nullptr);
-	pump(0.01);
-	EXPECT_FALSE(tapped.gone()) << "deleted before its fade-out";
-	EXPECT_TRUE(pumpUntil([&] { return tapped.gone(); }));
+	for (auto [show, signal] : {std::pair{ZonPopup::showCityDeletedPopup, "timeout"},
+			 {ZonPopup::showUpdateSuccessPopup, "block,clicked"}}) {
+		show(window());
+		DeletionWatch watch(onlyPopup());
+		evas_object_smart_callback_call(onlyPopup(), signal, nullptr);
+		pump(0.01);
+		EXPECT_EQ(signal == std::string("timeout"), watch.gone()) << signal;
+		EXPECT_TRUE(pumpUntil([&] { return watch.gone(); }));
+	}
 }
 
 TEST_F(ZonPopupTest, MaxNumberPicksSingularOrPluralAndPutsTheNumberIn)

@@ -6,11 +6,6 @@
 // order a run of the whole binary takes.
 
 #include <stdint.h>
-#include <stdio.h>
-#include <unistd.h>
-
-#include <string>
-#include <vector>
 
 #include <ZonRotaryManager.h>
 
@@ -55,7 +50,7 @@ protected:
 	Trace trace_;
 };
 
-TEST_F(ZonRotaryManagerTest, InitializeMakesTheConformantsSurfaceAndEmptiesTheStack)
+TEST_F(ZonRotaryManagerTest, InitializeEmptiesTheStackThenTheLastObjectGetsTheEventsUntilDeleted)
 {
 	add("old");
 	manager()->initialize(conformant_);
@@ -65,10 +60,7 @@ TEST_F(ZonRotaryManagerTest, InitializeMakesTheConformantsSurfaceAndEmptiesTheSt
 	// The object keeps its callback, but the stack has no handler for it any more.
 	zon_host_rotary_event(true);
 	EXPECT_TRUE(trace_.empty());
-}
 
-TEST_F(ZonRotaryManagerTest, LastRegisteredObjectGetsTheEventsUntilItIsDeleted)
-{
 	Evas_Object* a = add("A");
 	EXPECT_EQ(a, zon_host_rotary_activated_object());
 	Evas_Object* b = add("B");

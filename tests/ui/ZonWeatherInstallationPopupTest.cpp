@@ -1,9 +1,5 @@
-// ZonWeatherInstallationPopup: its sentence and buttons, the one-press guard, dismissal without a
-// choice, and the prompt without a resource directory.
-
-#include <memory>
-#include <string>
-#include <vector>
+// ZonWeatherInstallationPopup: its sentence and buttons (with and without a resource directory),
+// the one-press guard, and dismissal without a choice.
 
 #include <ZonWeatherInstallationPopup.h>
 
@@ -27,7 +23,7 @@ protected:
 	Trace trace_;
 };
 
-TEST_F(InstallPromptTest, SentenceButtonIconsAndATapOutsideDismissesWithoutAChoice)
+TEST_F(InstallPromptTest, SentenceButtonIconsOrNoneAndATapOutsideDismissesWithoutAChoice)
 {
 	provideIcon("qz_ic_popup_btn_delete.png");
 	provideIcon("qz_ic_popup_btn_check.png");
@@ -43,6 +39,14 @@ TEST_F(InstallPromptTest, SentenceButtonIconsAndATapOutsideDismissesWithoutAChoi
 	evas_object_smart_callback_call(popup, "block,clicked", nullptr);
 	EXPECT_TRUE(pumpUntil([&] { return widget.gone(); }));
 	EXPECT_TRUE(trace_.empty());
+
+	// Without a resource directory the buttons work without icons.
+	ASSERT_EQ(0, zon_host_fault_inject("app_get_resource_path", 1, -1));
+	ZonWeatherInstallationPopup bare;
+	popup = create(bare);
+	EXPECT_TRUE(icon(button(popup, 0)) == nullptr && icon(button(popup, 1)) == nullptr);
+	press(button(popup, 1));
+	EXPECT_EQ(Trace{"ok"}, trace_);
 }
 
 TEST_F(InstallPromptTest, OnlyTheFirstPressOfEitherButtonCounts)
@@ -62,16 +66,6 @@ TEST_F(InstallPromptTest, OnlyTheFirstPressOfEitherButtonCounts)
 		EXPECT_TRUE(pumpUntil([&] { return widget.gone(); }));
 		EXPECT_EQ(1u, trace_.size());
 	}
-}
-
-TEST_F(InstallPromptTest, WithoutResourceDirectoryButtonsWorkWithoutIcons)
-{
-	ASSERT_EQ(0, zon_host_fault_inject("app_get_resource_path", 1, -1));
-	ZonWeatherInstallationPopup prompt;
-	Evas_Object* popup = create(prompt);
-	EXPECT_TRUE(icon(button(popup, 0)) == nullptr && icon(button(popup, 1)) == nullptr);
-	press(button(popup, 1));
-	EXPECT_EQ(Trace{"ok"}, trace_);
 }
 
 TEST_F(InstallPromptTest, DeletedWhileShownTheWidgetNoLongerCallsIt)

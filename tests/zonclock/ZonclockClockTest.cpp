@@ -1,7 +1,6 @@
 // zonclock's world clock, difference and sun texts, weather, and the settings of one run, end to
 // end.
 #include <chrono>
-#include <regex>
 
 #include <app_preference.h>
 #include <vconf.h>

@@ -25,8 +25,7 @@ extern char** environ;
 
 struct Outcome {
 	int exitCode = -1;
-	std::string out;
-	std::string err;
+	std::string out, err;
 };
 
 inline std::string readFile(const std::string& path) { return (std::stringstream() << std::ifstream(path).rdbuf()).str(); }

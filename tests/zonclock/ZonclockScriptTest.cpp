@@ -1,7 +1,6 @@
 // zonclock for scripts and planning: JSON and TSV read back and held against the C library's
 // zone rules at a fixed instant, local times across clock changes, the catalogue audit, and the
 // conventions (exit codes, version, '-' for standard streams, width).
-#include <regex>
 
 #include <json-glib/json-glib.h>
 
@@ -118,11 +117,8 @@ TEST_F(ZonclockScriptTest, ClockAndChangesInJsonAndTsvFollowTheZoneRules)
 TEST_F(ZonclockScriptTest, AtShowsOneInstantEverywhereAcrossClockChanges)
 {
 	ASSERT_EQ(zonclock({"add", "New York"}).exitCode, 0);
-	const struct {
-		std::vector<std::string> args;
-		time_t instant;
-		const char *kind, *newYorkDay;
-	} cases[] = {
+	const struct { std::vector<std::string> args; time_t instant; const char *kind, *newYorkDay; }
+		cases[] = {
 		{{"at", "2026-03-29T01:30", "London"}, 1774747800, "skipped", "-1"},
 		{{"convert", "2026-10-25 01:30", "London"}, 1792888200, "repeated", "-1"},
 		{{"at", "09:00", "Seoul"}, 1774569600, "unique", "-1"},

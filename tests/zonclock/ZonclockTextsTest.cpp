@@ -68,10 +68,8 @@ TEST_F(ZonclockTextsTest, OwnWordsFollowTheLanguageAndClockAndUnitTheRegionUnles
 {
 	ASSERT_EQ(zonclock({"add", "Tokyo"}).exitCode, 0);
 	ASSERT_EQ(zonclock({"--region", "en_US", "weather"}).exitCode, 0);
-	const struct {
-		const char *language, *cityHeader, *simulated;
-		std::set<std::string> dayOrNight;
-	} languages[] = {
+	const struct { const char *language, *cityHeader, *simulated; std::set<std::string> dayOrNight; }
+		languages[] = {
 		{"en_US", "City", "(simulated)", {"day", "night"}},
 		{"ko_KR", "\uB3C4\uC2DC", "(\uBAA8\uC758)", {"\uB0AE", "\uBC24"}},
 		{"ar_AE", "\u0627\u0644\u0645\u062F\u064A\u0646\u0629", "(\u0645\u062D\u0627\u0643\u0627\u0629)",
@@ -87,12 +85,7 @@ TEST_F(ZonclockTextsTest, OwnWordsFollowTheLanguageAndClockAndUnitTheRegionUnles
 		EXPECT_TRUE(contains(rowOf(zonclock({"--language", c.language, "weather"}).out, "Tokyo").at(1), c.simulated));
 	}
 
-	const struct {
-		std::vector<std::string> args;
-		std::vector<std::string> env;
-		bool is24;
-		const char* unit;
-	} cases[] = {
+	const struct { std::vector<std::string> args, env; bool is24; const char* unit; } cases[] = {
 		{{"--region", "de_DE"}, {}, true, "\u00B0C"},
 		{{"--region", "en_US"}, {}, false, "\u00B0F"},
 		{{}, {"LC_ALL=de_DE.UTF-8"}, true, "\u00B0C"},
