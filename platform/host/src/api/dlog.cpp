@@ -116,12 +116,47 @@ bool isFirstRunNotice(const std::string &message)
 	return message.find("vconf_get_") != std::string::npos && vconf_get_ext_errno() == VCONF_ERROR_FILE_NO_ENT;
 }
 
+// ZON_HOST_LOG as getenv() gives it, scanning the environment again only when it may have
+// changed: the library logs a line per row of a city list, and getenv() walks the whole
+// environment each time. glibc's setenv() and unsetenv() never write into an entry's text: they
+// replace entry pointers, move entries down, or put a new entry where the terminating null was;
+// so the same array with the same entry where the variable was (or, when it was absent, the same
+// last entry and still a null after it) means the same answer. Per thread, as getenv() needs no
+// lock.
+const char *logFileSetting()
+{
+	static const char kName[] = "ZON_HOST_LOG=";
+	thread_local char **scanned = nullptr;
+	thread_local size_t at = 0;            // the variable's entry, or the terminating null
+	thread_local const char *mark = nullptr;   // environ[at] when found, else environ[at - 1]
+	thread_local const char *value = nullptr;
+	if (environ && environ == scanned) {
+		if (value ? environ[at] == mark : !environ[at] && (at == 0 || environ[at - 1] == mark))
+			return value;
+	}
+	scanned = environ;
+	value = nullptr;
+	at = 0;
+	mark = nullptr;
+	if (!environ)
+		return nullptr;
+	for (; environ[at]; ++at) {
+		if (strncmp(environ[at], kName, sizeof kName - 1) == 0) {
+			mark = environ[at];
+			value = mark + sizeof kName - 1;
+			return value;
+		}
+	}
+	mark = at ? environ[at - 1] : nullptr;
+	return nullptr;
+}
+
 void emit(int prio, const char *tag, const std::string &message)
 {
 	if (g_capturing)
 		g_captured.push_back(Captured{prio, tag, message});
 
-	const char *logFile = getenv("ZON_HOST_LOG");
+	const char *logFile = logFileSetting();
 	bool toFile = logFile && *logFile;
 	if (!toFile && (prio < DLOG_ERROR || isFirstRunNotice(message)))
 		return;
@@ -157,7 +192,7 @@ int vprint(int prio, const char *tag, const char *fmt, va_list ap)
 	// Most lines go nowhere on the host (informational, no log file, no capture): don't pay for
 	// formatting them; the library logs on its hot paths.
 	if (!g_capturing && prio < DLOG_ERROR) {
-		const char *logFile = getenv("ZON_HOST_LOG");
+		const char *logFile = logFileSetting();
 		if (!logFile || !*logFile)
 			return 0;
 	}
