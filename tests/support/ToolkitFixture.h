@@ -30,9 +30,6 @@
  *       ...
  *       evas_object_del(button);
  *   }
- *
- * A test that provokes a fault on purpose reads and clears the recorded lines with
- * takeToolkitFaults().
  */
 #ifndef ZON_TESTS_TOOLKIT_FIXTURE_H
 #define ZON_TESTS_TOOLKIT_FIXTURE_H
@@ -56,7 +53,6 @@ protected:
 		if (HasFatalFailure())
 			return;
 		makePrivateDir();
-		takeToolkitFaults();
 		eina_log_print_cb_set(recordFaultCb, nullptr);
 		ASSERT_GT(initToolkit(), 0);
 		toolkitUp_ = true;
@@ -73,20 +69,14 @@ protected:
 		if (std::exchange(toolkitUp_, false))
 			elm_shutdown();
 		eina_log_print_cb_set(eina_log_print_cb_stderr, nullptr);
-		for (const std::string& line : takeToolkitFaults())
+		std::lock_guard<std::mutex> lock(faultMutex_);
+		for (const std::string& line : std::exchange(faultLines_, {}))
 			ADD_FAILURE() << "toolkit fault: " << line;
 		HostFixture::TearDown();
 	}
 
 	Evas_Object* window() const { return window_; }
 	Evas* evas() const { return evas_object_evas_get(window_); }
-
-	// The fault lines logged since the last call (or since SetUp), and forgets them.
-	static std::vector<std::string> takeToolkitFaults()
-	{
-		std::lock_guard<std::mutex> lock(faultMutex_);
-		return std::exchange(faultLines_, {});
-	}
 
 public:
 	// Sets the environment, once, before main(); HOME itself is made by the first toolkit test of

@@ -49,11 +49,6 @@ protected:
 		EXPECT_TRUE(navi_->push(view, name.c_str()));
 		return view;
 	}
-	void expectTopAndBottom(WViewController* top, WViewController* bottom)
-	{
-		EXPECT_EQ(top, navi_->getTopView());
-		EXPECT_EQ(bottom, navi_->getBottomView());
-	}
 
 	WNaviframeControllerEx* navi_ = nullptr;
 	Trace trace_;
@@ -61,11 +56,11 @@ protected:
 
 TEST_F(NaviframeTest, TopAndBottomViewsDeletingTheTopAndPoppingToANamedView)
 {
-	expectTopAndBottom(nullptr, nullptr);
+	EXPECT_TRUE(!navi_->getTopView() && !navi_->getBottomView());
 	PageView* first = push("first");
-	expectTopAndBottom(first, first);
+	EXPECT_TRUE(navi_->getTopView() == first && navi_->getBottomView() == first);
 	PageView* second = push("second");
-	expectTopAndBottom(second, first);
+	EXPECT_TRUE(navi_->getTopView() == second && navi_->getBottomView() == first);
 	EXPECT_EQ(second, WViewController::getInstanceFromEvasObj(second->getEvasObject()));
 
 	DeletionWatch secondObject(second->getEvasObject());
