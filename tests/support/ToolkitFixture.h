@@ -84,7 +84,7 @@ public:
 	// nothing behind.
 	static void prepareEnvironment()
 	{
-		setenv("HOME", privateDir().c_str(), 1);
+		setenv("HOME", privateDir_.c_str(), 1);
 		const std::string shared = "/tmp/zon-toolkit-" + std::to_string(getuid());
 		mkdir(shared.c_str(), 0700);
 		for (auto [variable, dir] : {std::pair{"XDG_RUNTIME_DIR", "/runtime"}, {"XDG_CACHE_HOME", "/cache"}}) {
@@ -98,24 +98,18 @@ public:
 	}
 
 private:
-	static const std::string& privateDir()
-	{
-		static const std::string dir = "/tmp/zon-toolkit-test-" + std::to_string(getpid());
-		return dir;
-	}
-
 	static void makePrivateDir()
 	{
 		static bool made = false;
 		if (std::exchange(made, true))
 			return;
 		// A process that died with this pid before may have left its directory.
-		removeTree(privateDir());
-		if (mkdir(privateDir().c_str(), 0700) != 0) {
+		removeTree(privateDir_);
+		if (mkdir(privateDir_.c_str(), 0700) != 0) {
 			perror("toolkit fixture: mkdir");
 			abort();
 		}
-		atexit([] { removeTree(privateDir()); });
+		atexit([] { removeTree(privateDir_); });
 	}
 
 	// The toolkit starts a helper daemon (efreetd) that inherits standard output and error and
@@ -157,6 +151,8 @@ private:
 		eina_log_print_cb_stderr(domain, level, file, fnc, line, fmt, data, args);
 	}
 
+	// Defined before environmentPrepared below, so initialised before it.
+	static inline const std::string privateDir_ = "/tmp/zon-toolkit-test-" + std::to_string(getpid());
 	static inline std::vector<std::string> faultLines_;
 	static inline std::mutex faultMutex_;
 	Evas_Object* window_ = nullptr;

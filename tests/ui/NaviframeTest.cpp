@@ -54,7 +54,7 @@ protected:
 	Trace trace_;
 };
 
-TEST_F(NaviframeTest, TopAndBottomViewsDeletingTheTopAndPoppingToANamedView)
+TEST_F(NaviframeTest, TopAndBottomViewsDeletingTheTopPoppingToANamedViewAndByTheBackKey)
 {
 	EXPECT_TRUE(!navi_->getTopView() && !navi_->getBottomView());
 	PageView* first = push("first");
@@ -81,14 +81,12 @@ TEST_F(NaviframeTest, TopAndBottomViewsDeletingTheTopAndPoppingToANamedView)
 	EXPECT_TRUE(navi_->popTo("first"));
 	EXPECT_TRUE(pumpUntil([&] { return navi_->getViewCount() == 1; }));
 	EXPECT_STREQ("first", navi_->getTopView()->getName());
-}
 
-TEST_F(NaviframeTest, BackKeyPopsDownToTheLastPageUnlessAViewRefuses)
-{
-	push("first");
+	// The back key pops down to the last page, unless a view refuses.
 	push("second");
 	// The naviframe ignores pops while a page is still sliding in.
 	pump(0.6);
+	trace_.clear();
 	int lastPops = 0;
 	navi_->setOnLastItemPop([&](bool* popOut) {
 		++lastPops;

@@ -137,7 +137,7 @@ TEST_F(ScreenReaderHelperTest, InformationAndPrimitiveObjectsFromTextsOrFunction
 	}
 }
 
-TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelay)
+TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelayAndRelations)
 {
 	setScreenReader(true);
 	Evas_Object* a = shownButton("a");
@@ -166,12 +166,9 @@ TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelay)
 	pump(0.3);
 	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
 	EXPECT_EQ(0u, app_trellis::WTimer::getCount());
-}
 
-TEST_F(ScreenReaderHelperTest, RelationsInEachDirectionAlongListsAndTheEditModeChain)
-{
-	setScreenReader(true);
-	Evas_Object *a = nullptr, *b = nullptr;
+	// Reading-order relations in each direction, along lists and in the edit-mode chain.
+	Evas_Object* b = nullptr;
 	for (auto direction : {H::BOTH, H::FORWARD, H::REVERSE}) {
 		a = shownButton(), b = shownButton();
 		H::setRelationship(a, b, direction);
