@@ -196,7 +196,8 @@ TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelayAndRelations)
 	H::setRelationshipWithObjList({}, H::BOTH);
 	EXPECT_TRUE(zon_host_log_contains("list size is 0"));
 
-	// The edit-mode chain threads the controls between the first items. Each neighbour in the chain flows both ways; the last item closes the loop to the first.
+	// The edit-mode chain threads the controls between the first items. Each neighbour in the
+	// chain flows both ways; the last item closes the loop to the first.
 	auto expectChain = [](const Objects& chain) {
 		for (size_t i = 0; i + 1 < chain.size(); ++i) {
 			EXPECT_EQ(Objects{chain[i + 1]}, related(chain[i], kTo)) << i;
