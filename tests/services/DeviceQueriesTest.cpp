@@ -68,22 +68,18 @@ TEST_F(DeviceQueriesTest, RegionCountryThemeBezelPackagesCompanionAndThemeTables
 	setEnv("ELM_DEVICE_PROD_THEME", "vorel");
 	EXPECT_TRUE(zonUtilIsVorelDevice());
 
-	// The bezel from the features and the user's setting.
-	EXPECT_FALSE(zonUtilHasBezel());
-	EXPECT_FALSE(zonUtilHasPhysicalBezel());
-
-	ASSERT_EQ(0, zon_host_set_bezel(ZON_HOST_BEZEL_PHYSICAL));
-	ASSERT_EQ(VCONF_OK, vconf_set_bool(ZON_HOST_VCONF_ROTARY_EVENT_ENABLED, 0));
-	EXPECT_TRUE(zonUtilHasBezel()) << "the setting is for virtual bezels only";
-	EXPECT_TRUE(zonUtilHasPhysicalBezel());
-
-	ASSERT_EQ(0, zon_host_set_bezel(ZON_HOST_BEZEL_VIRTUAL));
-	EXPECT_FALSE(zonUtilHasBezel());
-	EXPECT_FALSE(zonUtilHasPhysicalBezel());
-	ASSERT_EQ(VCONF_OK, vconf_set_bool(ZON_HOST_VCONF_ROTARY_EVENT_ENABLED, 1));
-	EXPECT_TRUE(zonUtilHasBezel());
-	ASSERT_EQ(0, zon_host_vconf_unset(ZON_HOST_VCONF_ROTARY_EVENT_ENABLED));
-	EXPECT_FALSE(zonUtilHasBezel());
+	// The bezel from the features and the user's setting (-1: left as the device has it). The
+	// setting is for virtual bezels only.
+	struct Bezel { int kind, setting; bool has, physical; };
+	for (const Bezel& b : {Bezel{-1, -1, false, false}, {ZON_HOST_BEZEL_PHYSICAL, 0, true, true},
+			 {ZON_HOST_BEZEL_VIRTUAL, 0, false, false}, {ZON_HOST_BEZEL_VIRTUAL, 1, true, false},
+			 {ZON_HOST_BEZEL_VIRTUAL, -1, false, false}}) {
+		ASSERT_TRUE(b.kind < 0 || zon_host_set_bezel(zon_host_bezel_e(b.kind)) == 0);
+		ASSERT_EQ(0, b.setting < 0 ? zon_host_vconf_unset(ZON_HOST_VCONF_ROTARY_EVENT_ENABLED)
+								   : vconf_set_bool(ZON_HOST_VCONF_ROTARY_EVENT_ENABLED, b.setting));
+		EXPECT_EQ(b.has, zonUtilHasBezel()) << b.kind << b.setting;
+		EXPECT_EQ(b.physical, zonUtilHasPhysicalBezel()) << b.kind << b.setting;
+	}
 
 	// A failed read of the virtual-bezel feature makes a virtual bezel look physical.
 	zon_host_fault_inject("system_info_get_platform_bool", 2, SYSTEM_INFO_ERROR_IO_ERROR);

@@ -23,15 +23,9 @@ std::vector<std::string> readRecords()
 	return records;
 }
 
+// The singleton outlives the test: it is left finalised for the next one of the process.
 class LogManagerTest : public HostFixture {
 protected:
-	void SetUp() override
-	{
-		HostFixture::SetUp();
-		// The singleton outlives the tests of this process.
-		manager->finalize();
-	}
-
 	void TearDown() override
 	{
 		manager->finalize();

@@ -64,10 +64,9 @@ TEST_F(MapGmtInfoManagerTest, BandsKeepTheirOrderTitlesImagesAndHeaderIdsWrapAro
 		selectBand(i);
 		EXPECT_NE("", map->getFormattedGmtOfCityinfo(map->getGmtOfCityinfo())) << "band " << i;
 	}
-	EXPECT_EQ("WDS_ZON_HEADER_GMT_03_C30_ABB", map->getFormattedGmtOfCityinfo("GMT-3:30"));
-	EXPECT_EQ("WDS_ZON_HEADER_GMTPLUS05_C45_ABB", map->getFormattedGmtOfCityinfo("GMT+5:45"));
-	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT-4:30"));
-	EXPECT_EQ("", map->getFormattedGmtOfCityinfo("GMT+14"));
+	for (auto [gmt, id] : {std::pair{"GMT-3:30", "WDS_ZON_HEADER_GMT_03_C30_ABB"},
+			 {"GMT+5:45", "WDS_ZON_HEADER_GMTPLUS05_C45_ABB"}, {"GMT-4:30", ""}, {"GMT+14", ""}})
+		EXPECT_EQ(id, map->getFormattedGmtOfCityinfo(gmt)) << gmt;
 
 	// A GMT text selects its band, or the whole hour nearer to zero.
 	const std::pair<const char*, int> cases[] = {

@@ -1,8 +1,8 @@
-// WSignal's delivery rules when listeners change the signal they are called from, the ids behind
-// them, and listeners bound to the lifetime of real toolkit objects. The sanitizer builds are what
-// make the bindings bite: a deletion callback left on an object after its listener is gone is a
-// use-after-free the moment the object is deleted. Last, the application event hub built on it: a
-// process-wide singleton, so its test removes what it registered.
+// The application event hub (a process-wide singleton, so its test removes what it registered),
+// then WSignal under it: its delivery rules when listeners change the signal they are called from,
+// the ids behind them, and listeners bound to the lifetime of real toolkit objects. The sanitizer
+// builds are what make the bindings bite: a deletion callback left on an object after its listener
+// is gone is a use-after-free the moment the object is deleted.
 
 #include <memory>
 #include <stdexcept>
@@ -87,8 +87,34 @@ protected:
 
 using SignalReentrancy = SignalFixture<HostFixture>;
 
-TEST_F(SignalReentrancy, RemovalActsAtOnceAdditionAtTheNextEventAndDestructionOrThrowEndsTheEmission)
+TEST_F(SignalReentrancy, HubInOrderRemovalAtOnceAdditionAtTheNextEventDestructionOrThrowEnds)
 {
+	// The application event hub calls functions and listener objects in order of registration.
+	AppEventManager* hub = AppEventManager::getInstance();
+	WSignal_ListenerId fn = hub->addListener([&](Event e) { trace.push_back("fn" + std::to_string(e)); });
+	{
+		NamedListener object(trace, "obj");
+		WSignal_ListenerId last = hub->addListener([&](Event e) { trace.push_back("last" + std::to_string(e)); });
+		hub->propagateEvent(AppEventManager::WEATHER_PACKAGE_STATE_CHANGED);
+		EXPECT_EQ((Trace{"fn7", "obj7", "last7"}), trace);
+		hub->removeListener(last);
+	}
+	trace.clear();
+	hub->propagateEvent(AppEventManager::FONT_CHANGED);
+	EXPECT_EQ((Trace{"fn0"}), trace);
+	hub->removeListener(fn);
+	trace.clear();
+
+	// A copy has its own registration; an assigned one takes the name and keeps its own.
+	auto original = std::make_unique<NamedListener>(trace, "a");
+	NamedListener copy(*original);
+	NamedListener assigned(trace, "b");
+	assigned = copy;
+	original.reset();
+	hub->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
+	EXPECT_EQ((Trace{"a3", "a3"}), trace);
+	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
+
 	WSignal_ListenerId self = 0, first = 0, later = 0;
 	add("a");
 	self = add("self", [&](int) {
@@ -311,34 +337,4 @@ TEST_F(SignalObjectBinding, ObjectsDeletedDuringEmissionOrOutsideAndListenersAnd
 	evas_object_del(active);
 	evas_object_del(waiting);
 	EXPECT_EQ(0, signal.getListenerCount());
-}
-
-using AppEventHub = SignalFixture<HostFixture>;
-
-TEST_F(AppEventHub, FunctionsAndListenerObjectsInOrderOfRegistrationAndCopies)
-{
-	AppEventManager* hub = AppEventManager::getInstance();
-	WSignal_ListenerId first = hub->addListener([&](Event e) { trace.push_back("fn" + std::to_string(e)); });
-	{
-		NamedListener object(trace, "obj");
-		WSignal_ListenerId last = hub->addListener([&](Event e) { trace.push_back("last" + std::to_string(e)); });
-		hub->propagateEvent(AppEventManager::WEATHER_PACKAGE_STATE_CHANGED);
-		EXPECT_EQ((Trace{"fn7", "obj7", "last7"}), trace);
-		hub->removeListener(last);
-	}
-	trace.clear();
-	hub->propagateEvent(AppEventManager::FONT_CHANGED);
-	EXPECT_EQ((Trace{"fn0"}), trace);
-	hub->removeListener(first);
-	trace.clear();
-
-	// A copy has its own registration; an assigned one takes the name and keeps its own.
-	auto original = std::make_unique<NamedListener>(trace, "a");
-	NamedListener copy(*original);
-	NamedListener assigned(trace, "b");
-	assigned = copy;
-	original.reset();
-	hub->propagateEvent(AppEventManager::LANGUAGE_CHANGED);
-	EXPECT_EQ((Trace{"a3", "a3"}), trace);
-	EXPECT_EQ(0u, zon_host_log_count_matching("Already removed listener"));
 }

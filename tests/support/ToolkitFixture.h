@@ -30,9 +30,6 @@
  *       ...
  *       evas_object_del(button);
  *   }
- *
- * A test that provokes a fault on purpose reads and clears the recorded lines with
- * takeToolkitFaults().
  */
 #ifndef ZON_TESTS_TOOLKIT_FIXTURE_H
 #define ZON_TESTS_TOOLKIT_FIXTURE_H
@@ -56,7 +53,6 @@ protected:
 		if (HasFatalFailure())
 			return;
 		makePrivateDir();
-		takeToolkitFaults();
 		eina_log_print_cb_set(recordFaultCb, nullptr);
 		ASSERT_GT(initToolkit(), 0);
 		toolkitUp_ = true;
@@ -73,7 +69,8 @@ protected:
 		if (std::exchange(toolkitUp_, false))
 			elm_shutdown();
 		eina_log_print_cb_set(eina_log_print_cb_stderr, nullptr);
-		for (const std::string& line : takeToolkitFaults())
+		std::lock_guard<std::mutex> lock(faultMutex_);
+		for (const std::string& line : std::exchange(faultLines_, {}))
 			ADD_FAILURE() << "toolkit fault: " << line;
 		HostFixture::TearDown();
 	}
@@ -81,20 +78,13 @@ protected:
 	Evas_Object* window() const { return window_; }
 	Evas* evas() const { return evas_object_evas_get(window_); }
 
-	// The fault lines logged since the last call (or since SetUp), and forgets them.
-	static std::vector<std::string> takeToolkitFaults()
-	{
-		std::lock_guard<std::mutex> lock(faultMutex_);
-		return std::exchange(faultLines_, {});
-	}
-
 public:
 	// Sets the environment, once, before main(); HOME itself is made by the first toolkit test of
 	// the process, so that processes which run none (test listing, death-test children) leave
 	// nothing behind.
 	static void prepareEnvironment()
 	{
-		setenv("HOME", privateDir().c_str(), 1);
+		setenv("HOME", privateDir_.c_str(), 1);
 		const std::string shared = "/tmp/zon-toolkit-" + std::to_string(getuid());
 		mkdir(shared.c_str(), 0700);
 		for (auto [variable, dir] : {std::pair{"XDG_RUNTIME_DIR", "/runtime"}, {"XDG_CACHE_HOME", "/cache"}}) {
@@ -108,24 +98,18 @@ public:
 	}
 
 private:
-	static const std::string& privateDir()
-	{
-		static const std::string dir = "/tmp/zon-toolkit-test-" + std::to_string(getpid());
-		return dir;
-	}
-
 	static void makePrivateDir()
 	{
 		static bool made = false;
 		if (std::exchange(made, true))
 			return;
 		// A process that died with this pid before may have left its directory.
-		removeTree(privateDir());
-		if (mkdir(privateDir().c_str(), 0700) != 0) {
+		removeTree(privateDir_);
+		if (mkdir(privateDir_.c_str(), 0700) != 0) {
 			perror("toolkit fixture: mkdir");
 			abort();
 		}
-		atexit([] { removeTree(privateDir()); });
+		atexit([] { removeTree(privateDir_); });
 	}
 
 	// The toolkit starts a helper daemon (efreetd) that inherits standard output and error and
@@ -167,6 +151,8 @@ private:
 		eina_log_print_cb_stderr(domain, level, file, fnc, line, fmt, data, args);
 	}
 
+	// Defined before environmentPrepared below, so initialised before it.
+	static inline const std::string privateDir_ = "/tmp/zon-toolkit-test-" + std::to_string(getpid());
 	static inline std::vector<std::string> faultLines_;
 	static inline std::mutex faultMutex_;
 	Evas_Object* window_ = nullptr;

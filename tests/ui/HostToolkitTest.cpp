@@ -24,7 +24,7 @@ Eina_Bool onRotary(void* data, Evas_Object*, Eext_Rotary_Event_Info* info)
 
 using HostToolkitTest = UiFixture;
 
-TEST_F(HostToolkitTest, BackKeyGoesToTheNewestShownReceiver)
+TEST_F(HostToolkitTest, BackKeyToTheNewestShownReceiverRotaryByPriorityAndTheDesktopsKeysAndWheel)
 {
 	Trace trace;
 	Recorder a{&trace, "a", EINA_TRUE}, b{&trace, "b", EINA_TRUE}, b2{&trace, "b2", EINA_TRUE};
@@ -45,11 +45,9 @@ TEST_F(HostToolkitTest, BackKeyGoesToTheNewestShownReceiver)
 	evas_object_del(first);
 	EXPECT_EQ(nullptr, zon_host_back_key());
 	EXPECT_EQ((Trace{"b", "a", "a"}), trace);
-}
 
-TEST_F(HostToolkitTest, RotaryCallbacksRunByPriorityUntilOneStops)
-{
-	Trace trace;
+	// Rotary callbacks run by priority until one stops the event.
+	trace.clear();
 	Recorder early{&trace, "early", EINA_TRUE}, normal{&trace, "normal", EINA_FALSE}, late{&trace, "late", EINA_TRUE};
 	Evas_Object* obj = shownButton();
 	eext_rotary_object_event_callback_priority_add(obj, 10, onRotary, &late);
@@ -74,13 +72,11 @@ TEST_F(HostToolkitTest, RotaryCallbacksRunByPriorityUntilOneStops)
 	EXPECT_EQ(other, zon_host_rotary_activated_object());
 	evas_object_del(other);
 	EXPECT_EQ(nullptr, zon_host_rotary_activated_object());
-}
 
-TEST_F(HostToolkitTest, DesktopKeysAndWheelAreTheBackKeyAndTheBezel)
-{
-	Trace trace;
+	// The desktop's keys and wheel are the back key and the bezel.
+	trace.clear();
 	Recorder back{&trace, "back", EINA_TRUE}, bezel{&trace, "bezel", EINA_TRUE};
-	Evas_Object* obj = shownButton();
+	obj = shownButton();
 	eext_object_event_callback_add(obj, EEXT_CALLBACK_BACK, onBack, &back);
 	eext_rotary_object_event_callback_add(obj, onRotary, &bezel);
 	eext_rotary_object_event_activated_set(obj, EINA_TRUE);

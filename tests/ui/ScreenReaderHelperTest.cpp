@@ -32,12 +32,6 @@ void countActivation(void* data, Evas_Object*, void*) { ++*static_cast<int*>(dat
 
 class ScreenReaderHelperTest : public UiFixture {
 protected:
-	void SetUp() override
-	{
-		UiFixture::SetUp();
-		setScreenReader(true);
-	}
-
 	// A layout with a text part, "elm.text".
 	Evas_Object* layout()
 	{
@@ -58,8 +52,9 @@ protected:
 	}
 };
 
-TEST_F(ScreenReaderHelperTest, InformationFromTextsOrFunctionsPicksTheReadingKind)
+TEST_F(ScreenReaderHelperTest, InformationAndPrimitiveObjectsFromTextsOrFunctionsPickTheReadingKind)
 {
+	setScreenReader(true);
 	int gestures = 0;
 	Evas_Object* both = shownButton();
 	H::setInformationOnElmObj(both, "zonvista", "WDS_ZON_TPOP_DELETED", "IDS_ZON_POP_CITY_ADDED", countGesture, &gestures);
@@ -86,113 +81,14 @@ TEST_F(ScreenReaderHelperTest, InformationFromTextsOrFunctionsPicksTheReadingKin
 	EXPECT_EQ(2u, zon_host_log_count_matching("No data for set callbacks"));
 	EXPECT_EQ(before, readerText(untouched));
 	EXPECT_EQ(-1, zon_host_screen_reader_gesture(untouched, ELM_ATSPI_GESTURE_ONE_FINGER_DOUBLE_TAP));
-}
 
-TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelay)
-{
-	Evas_Object* a = shownButton("a");
-	for (bool focusable : {false, true}) {
-		H::setFocusableForElmObj(a, focusable);
-		H::setFocusOnObject(a, false, 0.0);
-		EXPECT_EQ(focusable ? a : nullptr, zon_host_screen_reader_highlighted());
-	}
-
-	Evas_Object* target = shownButton("target");
-	double start = ecore_time_get();
-	H::setFocusOnObject(target, true, 0.5);
-	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
-	ASSERT_TRUE(pumpUntil([&] { return zon_host_screen_reader_highlighted() == target; }, 2.0));
-	EXPECT_GE(ecore_time_get() - start, 0.45);
-	// Once: its timer has ended, the highlight is not taken back later.
-	EXPECT_EQ(0u, app_trellis::WTimer::getCount());
-	zon_host_screen_reader_highlight(a);
-	pump(0.6);
-	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
-
-	// An object deleted while it waits is left alone.
-	Evas_Object* doomed = shownButton("doomed");
-	H::setFocusOnObject(doomed, true, 0.1);
-	evas_object_del(doomed);
-	pump(0.3);
-	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
-	EXPECT_EQ(0u, app_trellis::WTimer::getCount());
-}
-
-TEST_F(ScreenReaderHelperTest, RelationsInEachDirectionAndAlongLists)
-{
-	Evas_Object *a = nullptr, *b = nullptr;
-	for (auto direction : {H::BOTH, H::FORWARD, H::REVERSE}) {
-		a = shownButton(), b = shownButton();
-		H::setRelationship(a, b, direction);
-		EXPECT_EQ(direction != H::REVERSE ? Objects{b} : Objects{}, related(a, kTo)) << direction;
-		EXPECT_EQ(direction != H::FORWARD ? Objects{a} : Objects{}, related(b, kFrom)) << direction;
-		EXPECT_TRUE(related(a, kFrom).empty() && related(b, kTo).empty()) << direction;
-	}
-	H::setRelationship(a, b, H::BOTH);
-	H::unsetRelationShip(b, a, nullptr);
-	EXPECT_TRUE(related(b, kFrom).empty());
-	H::unsetRelationShip(a, nullptr, b);
-	EXPECT_TRUE(related(a, kTo).empty());
-
-	// A list relates each neighbouring pair, and only those.
-	Evas_Object *x = shownButton(), *y = shownButton(), *z = shownButton();
-	H::setRelationshipWithObjList({x, y, z}, H::FORWARD);
-	for (auto [from, to] : {std::pair{x, Objects{y}}, std::pair{y, Objects{z}}, std::pair{z, Objects{}}}) {
-		EXPECT_EQ(to, related(from, kTo));
-		EXPECT_TRUE(related(from, kFrom).empty());
-	}
-
-	H::setRelationshipWithObjList({a}, H::BOTH);
-	EXPECT_TRUE(related(a, kTo).empty());
-	EXPECT_FALSE(zon_host_log_contains("list size is 0"));
-	H::setRelationshipWithObjList({}, H::BOTH);
-	EXPECT_TRUE(zon_host_log_contains("list size is 0"));
-}
-
-TEST_F(ScreenReaderHelperTest, EditModeChainThreadsTheControlsBetweenTheFirstItems)
-{
-	// Each neighbour in the chain flows both ways; the last item closes the loop to the first.
-	auto expectChain = [](const Objects& chain) {
-		for (size_t i = 0; i + 1 < chain.size(); ++i) {
-			EXPECT_EQ(Objects{chain[i + 1]}, related(chain[i], kTo)) << i;
-			EXPECT_EQ(Objects{chain[i]}, related(chain[i + 1], kFrom)) << i;
-		}
-	};
-	Evas_Object *first = shownButton("select all"), *second = shownButton("delete"), *third = shownButton("cancel");
-	Evas_Object* list = genlist(4);
-	Elm_Object_Item* top = elm_genlist_first_item_get(list);
-	H::setGenlistEditmodeChain(list, first, second, third);
-	expectChain({top, first, third, second, elm_genlist_item_next_get(top)});
-	expectChain({elm_genlist_last_item_get(list), top});
-
-	Evas_Object* otherList = genlist(3);
-	Evas_Object *a = shownButton(), *b = shownButton();
-	H::setGenlistEditmodeChain(otherList, a, b, nullptr);
-	expectChain({a, b, elm_genlist_item_next_get(elm_genlist_first_item_get(otherList))});
-
-	// Too short a list or a missing object: a message and no relation at all.
-	using Case = std::tuple<int, bool, const char*>;
-	a = shownButton(), b = shownButton();
-	for (auto [items, withObjects, message] : {Case{2, true, "at least 3 items have to be exist"}, Case{1, true, "second item is not exist"},
-			 Case{0, true, "top item is not exist"}, Case{3, false, "object is not exist"}}) {
-		zon_host_log_clear();
-		list = genlist(items);
-		H::setGenlistEditmodeChain(list, withObjects ? a : nullptr, b, nullptr);
-		EXPECT_TRUE(zon_host_log_contains(message)) << message;
-		EXPECT_TRUE(related(a, kTo).empty() && related(b, kFrom).empty()) << message;
-		for (Elm_Object_Item* item = elm_genlist_first_item_get(list); item; item = elm_genlist_item_next_get(item))
-			EXPECT_TRUE(related(item, kTo).empty()) << message;
-	}
-}
-
-TEST_F(ScreenReaderHelperTest, PrimitiveObjectsOfEachOverloadAndWithMissingPieces)
-{
+	// The eight overloads that make an access object out of a layout part, and missing pieces.
 	const char *name = "Time", *description = "Double tap to change";
 	char *nameData = const_cast<char*>("Time of Paris"), *descriptionData = const_cast<char*>("Tap twice");
 	const Elm_Atspi_Role role = ELM_ATSPI_ROLE_PUSH_BUTTON;
-	using Case = std::tuple<std::function<Evas_Object*(Evas_Object*, Evas_Smart_Cb, int*)>, int, std::string>;
+	using Overload = std::tuple<std::function<Evas_Object*(Evas_Object*, Evas_Smart_Cb, int*)>, int, std::string>;
 #define OVERLOAD(...) [&](Evas_Object* p, Evas_Smart_Cb cb, int* d) { return H::createPrimativeScreenReaderObject(p, "elm.text", nullptr, __VA_ARGS__, cb, d); }
-	std::vector<Case> cases = {
+	std::vector<Overload> cases = {
 		{OVERLOAD(name), N, "Time"},
 		{OVERLOAD(nameOf, nameData), N, "Time of Paris"},
 		{OVERLOAD(name, description), N | D, "Time, Double tap to change"},
@@ -238,5 +134,99 @@ TEST_F(ScreenReaderHelperTest, PrimitiveObjectsOfEachOverloadAndWithMissingPiece
 		EXPECT_EQ(nullptr, H::createPrimativeScreenReaderObject(parent, part, nullptr, "x", nullptr, nullptr));
 		EXPECT_TRUE(zon_host_log_contains(message)) << message;
 		EXPECT_TRUE(zon_host_log_contains("Invalid input")) << message;
+	}
+}
+
+TEST_F(ScreenReaderHelperTest, HighlightAtOnceOrOnceAfterTheDelayAndRelations)
+{
+	setScreenReader(true);
+	Evas_Object* a = shownButton("a");
+	for (bool focusable : {false, true}) {
+		H::setFocusableForElmObj(a, focusable);
+		H::setFocusOnObject(a, false, 0.0);
+		EXPECT_EQ(focusable ? a : nullptr, zon_host_screen_reader_highlighted());
+	}
+
+	Evas_Object* target = shownButton("target");
+	double start = ecore_time_get();
+	H::setFocusOnObject(target, true, 0.5);
+	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
+	ASSERT_TRUE(pumpUntil([&] { return zon_host_screen_reader_highlighted() == target; }, 2.0));
+	EXPECT_GE(ecore_time_get() - start, 0.45);
+	// Once: its timer has ended, the highlight is not taken back later.
+	EXPECT_EQ(0u, app_trellis::WTimer::getCount());
+	zon_host_screen_reader_highlight(a);
+	pump(0.6);
+	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
+
+	// An object deleted while it waits is left alone.
+	Evas_Object* doomed = shownButton("doomed");
+	H::setFocusOnObject(doomed, true, 0.1);
+	evas_object_del(doomed);
+	pump(0.3);
+	EXPECT_EQ(a, zon_host_screen_reader_highlighted());
+	EXPECT_EQ(0u, app_trellis::WTimer::getCount());
+
+	// Reading-order relations in each direction, along lists and in the edit-mode chain.
+	Evas_Object* b = nullptr;
+	for (auto direction : {H::BOTH, H::FORWARD, H::REVERSE}) {
+		a = shownButton(), b = shownButton();
+		H::setRelationship(a, b, direction);
+		EXPECT_EQ(direction != H::REVERSE ? Objects{b} : Objects{}, related(a, kTo)) << direction;
+		EXPECT_EQ(direction != H::FORWARD ? Objects{a} : Objects{}, related(b, kFrom)) << direction;
+		EXPECT_TRUE(related(a, kFrom).empty() && related(b, kTo).empty()) << direction;
+	}
+	H::setRelationship(a, b, H::BOTH);
+	H::unsetRelationShip(b, a, nullptr);
+	EXPECT_TRUE(related(b, kFrom).empty());
+	H::unsetRelationShip(a, nullptr, b);
+	EXPECT_TRUE(related(a, kTo).empty());
+
+	// A list relates each neighbouring pair, and only those.
+	Evas_Object *x = shownButton(), *y = shownButton(), *z = shownButton();
+	H::setRelationshipWithObjList({x, y, z}, H::FORWARD);
+	for (auto [from, to] : {std::pair{x, Objects{y}}, std::pair{y, Objects{z}}, std::pair{z, Objects{}}}) {
+		EXPECT_EQ(to, related(from, kTo));
+		EXPECT_TRUE(related(from, kFrom).empty());
+	}
+
+	H::setRelationshipWithObjList({a}, H::BOTH);
+	EXPECT_TRUE(related(a, kTo).empty());
+	EXPECT_FALSE(zon_host_log_contains("list size is 0"));
+	H::setRelationshipWithObjList({}, H::BOTH);
+	EXPECT_TRUE(zon_host_log_contains("list size is 0"));
+
+	// The edit-mode chain threads the controls between the first items. Each neighbour in the
+	// chain flows both ways; the last item closes the loop to the first.
+	auto expectChain = [](const Objects& chain) {
+		for (size_t i = 0; i + 1 < chain.size(); ++i) {
+			EXPECT_EQ(Objects{chain[i + 1]}, related(chain[i], kTo)) << i;
+			EXPECT_EQ(Objects{chain[i]}, related(chain[i + 1], kFrom)) << i;
+		}
+	};
+	Evas_Object *first = shownButton("select all"), *second = shownButton("delete"), *third = shownButton("cancel");
+	Evas_Object* list = genlist(4);
+	Elm_Object_Item* top = elm_genlist_first_item_get(list);
+	H::setGenlistEditmodeChain(list, first, second, third);
+	expectChain({top, first, third, second, elm_genlist_item_next_get(top)});
+	expectChain({elm_genlist_last_item_get(list), top});
+
+	Evas_Object* otherList = genlist(3);
+	a = shownButton(), b = shownButton();
+	H::setGenlistEditmodeChain(otherList, a, b, nullptr);
+	expectChain({a, b, elm_genlist_item_next_get(elm_genlist_first_item_get(otherList))});
+
+	// Too short a list or a missing object: a message and no relation at all.
+	using Case = std::tuple<int, bool, const char*>;
+	a = shownButton(), b = shownButton();
+	for (auto [items, withObjects, message] : {Case{2, true, "at least 3 items have to be exist"}, Case{1, true, "second item is not exist"},
+			 Case{0, true, "top item is not exist"}, Case{3, false, "object is not exist"}}) {
+		zon_host_log_clear();
+		list = genlist(items);
+		H::setGenlistEditmodeChain(list, withObjects ? a : nullptr, b, nullptr);
+		EXPECT_TRUE(zon_host_log_contains(message)) << message;
+		EXPECT_TRUE(related(a, kTo).empty() && related(b, kFrom).empty()) << message;
+		for (Elm_Object_Item* item = elm_genlist_first_item_get(list); item; item = elm_genlist_item_next_get(item))
+			EXPECT_TRUE(related(item, kTo).empty()) << message;
 	}
 }

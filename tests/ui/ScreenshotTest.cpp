@@ -128,7 +128,7 @@ protected:
 	}
 };
 
-TEST_F(Screenshot, ToastsAndNotices)
+TEST_F(Screenshot, ToastsNoticesAndTheInstallPrompt)
 {
 	Evas_Object* toast = (new ToastPopup())->create(window(), "Weather updated.", false, false);
 	expectLooksLike(grab(), "toast");
@@ -139,10 +139,7 @@ TEST_F(Screenshot, ToastsAndNotices)
 	evas_object_del(onlyPopup());
 	ZonPopup::noResultPopup(window());
 	expectLooksLike(grab(), "no-result");
-}
-
-TEST_F(Screenshot, InstallPrompt)
-{
+	evas_object_del(onlyPopup());
 	ZonWeatherInstallationPopup prompt;
 	prompt.create(window());
 	expectLooksLike(grab(), "install-prompt");

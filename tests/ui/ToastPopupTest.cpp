@@ -45,7 +45,7 @@ protected:
 	Trace trace;
 };
 
-TEST_F(ToastPopupTest, CheckStyleWinsOverSmallAndEachEndsByItselfAfterTwoSeconds)
+TEST_F(ToastPopupTest, CheckStyleWinsOverSmallEachEndsAfterTwoSecondsOrByTapBackKeyOrTimeOut)
 {
 	double start = ecore_time_get();
 	struct Case { bool isCheck, isSmall; const char* style; };
@@ -59,10 +59,8 @@ TEST_F(ToastPopupTest, CheckStyleWinsOverSmallAndEachEndsByItselfAfterTwoSeconds
 	}
 	ASSERT_TRUE(pumpUntil([&] { return popups().empty(); }, 4.0));
 	EXPECT_GE(ecore_time_get() - start, 1.9);
-}
 
-TEST_F(ToastPopupTest, TapBackKeyOrTimeOutHidesAndTheToastDeletesItselfOnce)
-{
+	// Whatever hides it, the toast deletes itself once.
 	const std::vector<std::function<void(Evas_Object*)>> triggers = {
 		tap, [](Evas_Object* p) { EXPECT_EQ(p, zon_host_back_key()); }, timeOut};
 	for (size_t i = 0; i < triggers.size(); ++i) {
@@ -79,41 +77,7 @@ TEST_F(ToastPopupTest, TapBackKeyOrTimeOutHidesAndTheToastDeletesItselfOnce)
 	}
 }
 
-TEST_F(ToastPopupTest, ScreenReaderReadsTheTextAndItsEndClosesTheToast)
-{
-	setScreenReader(true);
-	for (bool cancelled : {false, true}) {
-		Evas_Object* popup = create("City changed.");
-		EXPECT_DOUBLE_EQ(10.0, elm_popup_timeout_get(popup));
-		Evas_Object* textAccess = elm_object_part_access_object_get(popup, "elm.text");
-		// The name follows the text as it is now.
-		elm_object_part_text_set(popup, "elm.text", "City changed again.");
-		EXPECT_EQ("City changed again.", readerText(textAccess));
-		ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, cancelled));
-		EXPECT_EQ(Trace{"hide"}, trace);
-		expectEnds();
-	}
-
-	// Highlighted by hand, it outlasts the reading.
-	Evas_Object* popup = create("Select items.", false, true);
-	ASSERT_EQ(0, zon_host_screen_reader_highlight(elm_object_part_access_object_get(popup, "elm.text")));
-	EXPECT_TRUE(zon_host_log_contains("set highlighted"));
-	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
-	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, true));
-	pump(0.3);
-	EXPECT_TRUE(trace.empty() && evas_object_visible_get(popup));
-	timeOut(popup);
-	expectEnds();
-
-	// A tap leaves the reader's handlers in place: the reading end hides once more, and the
-	// toast is still deleted once.
-	popup = create("Deleted.", true);
-	tap(popup);
-	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
-	expectEnds({"hide", "hide", "dismissed", "deleted"});
-}
-
-TEST_F(ToastPopupTest, UpdatingNoticeStaysWithABusyIndicatorUntilDismissed)
+TEST_F(ToastPopupTest, UpdatingNoticeStaysUntilDismissedAndTheReadersEndClosesAToast)
 {
 	auto* toast = new TrackedToast(trace);
 	Evas_Object* popup = toast->createShowWeatherUpdatingPopup(window());
@@ -147,4 +111,35 @@ TEST_F(ToastPopupTest, UpdatingNoticeStaysWithABusyIndicatorUntilDismissed)
 	EXPECT_EQ(popup, zon_host_back_key());
 	// Its back key only dismisses: no hide callback.
 	expectEnds({"dismissed", "deleted"});
+
+	// The screen reader reads the text, and the end of its reading closes the toast.
+	for (bool cancelled : {false, true}) {
+		popup = create("City changed.");
+		EXPECT_DOUBLE_EQ(10.0, elm_popup_timeout_get(popup));
+		textAccess = elm_object_part_access_object_get(popup, "elm.text");
+		// The name follows the text as it is now.
+		elm_object_part_text_set(popup, "elm.text", "City changed again.");
+		EXPECT_EQ("City changed again.", readerText(textAccess));
+		ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, cancelled));
+		EXPECT_EQ(Trace{"hide"}, trace);
+		expectEnds();
+	}
+
+	// Highlighted by hand, it outlasts the reading.
+	popup = create("Select items.", false, true);
+	ASSERT_EQ(0, zon_host_screen_reader_highlight(elm_object_part_access_object_get(popup, "elm.text")));
+	EXPECT_TRUE(zon_host_log_contains("set highlighted"));
+	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
+	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, true));
+	pump(0.3);
+	EXPECT_TRUE(trace.empty() && evas_object_visible_get(popup));
+	timeOut(popup);
+	expectEnds();
+
+	// A tap leaves the reader's handlers in place: the reading end hides once more, and the
+	// toast is still deleted once.
+	popup = create("Deleted.", true);
+	tap(popup);
+	ASSERT_EQ(0, zon_host_screen_reader_finish_reading(popup, false));
+	expectEnds({"hide", "hide", "dismissed", "deleted"});
 }

@@ -149,16 +149,15 @@ public:
 	explicit DeletionWatch(Evas_Object* obj) : obj_(obj) { evas_object_event_callback_add(obj, EVAS_CALLBACK_DEL, onDel, this); }
 	~DeletionWatch()
 	{
-		if (!gone_)
+		if (obj_)
 			evas_object_event_callback_del_full(obj_, EVAS_CALLBACK_DEL, onDel, this);
 	}
 	DeletionWatch(const DeletionWatch&) = delete;
-	bool gone() const { return gone_; }
+	bool gone() const { return !obj_; }
 
 private:
-	static void onDel(void* data, Evas*, Evas_Object*, void*) { static_cast<DeletionWatch*>(data)->gone_ = true; }
-	Evas_Object* obj_;
-	bool gone_ = false;
+	static void onDel(void* data, Evas*, Evas_Object*, void*) { static_cast<DeletionWatch*>(data)->obj_ = nullptr; }
+	Evas_Object* obj_;   // nullptr once deleted
 };
 
 #endif /* ZON_TESTS_UI_FIXTURE_H */

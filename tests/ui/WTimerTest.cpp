@@ -10,7 +10,7 @@ using app_trellis::WTimerWeakPtr;
 
 class WTimerTest : public UiFixture {};
 
-TEST_F(WTimerTest, RepeatsUntilTheHandlerReturnsFalseFiresAtOnceAndRefusesBadTimers)
+TEST_F(WTimerTest, RepeatsUntilTheHandlerSaysNoFiresAtOnceRefusesBadTimersAndIsDestroyedAnywhere)
 {
 	int calls = 0, data = 7, seen = 0;
 	WTimerWeakPtr timer = WTimer::addTimer(0.02, [&](void* d) {
@@ -43,14 +43,12 @@ TEST_F(WTimerTest, RepeatsUntilTheHandlerReturnsFalseFiresAtOnceAndRefusesBadTim
 	EXPECT_FALSE(timer.lock()->fire());
 	EXPECT_EQ(2, calls);
 	EXPECT_TRUE(timer.expired());
-}
 
-TEST_F(WTimerTest, DestroyedFromOutsideOrByItsOwnHandler)
-{
+	// Destroyed from outside, or by its own handler.
 	auto captured = std::make_shared<int>(0);
 	std::weak_ptr<int> watch = captured;
 	bool ran = false;
-	WTimerWeakPtr timer = WTimer::addTimer(0.01, [captured, &ran](void*) { return ran = true; });
+	timer = WTimer::addTimer(0.01, [captured, &ran](void*) { return ran = true; });
 	captured.reset();
 	WTimerWeakPtr other = timer;
 	WTimer::destroy(timer);
@@ -61,7 +59,7 @@ TEST_F(WTimerTest, DestroyedFromOutsideOrByItsOwnHandler)
 	WTimerWeakPtr empty;
 	WTimer::destroy(empty);
 
-	int calls = 0;
+	calls = 0;
 	auto self = std::make_shared<WTimerWeakPtr>();
 	*self = WTimer::addTimer(0.01, [self, &calls](void*) {
 		++calls;

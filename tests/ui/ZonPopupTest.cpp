@@ -30,7 +30,7 @@ const Notice kNotices[] = {
 
 class ZonPopupTest : public UiFixture {};
 
-TEST_F(ZonPopupTest, EachNoticeHasItsTextStyleAndTimeAndGoesWhenReadToTheEnd)
+TEST_F(ZonPopupTest, EachNoticeHasItsTextStyleTimeAndIconAndGoesWhenReadToTheEnd)
 {
 	for (bool reader : {false, true}) {
 		setScreenReader(reader);
@@ -66,22 +66,27 @@ TEST_F(ZonPopupTest, EachNoticeHasItsTextStyleAndTimeAndGoesWhenReadToTheEnd)
 	ZonPopup::showCityChangedPopup(window());
 	elm_object_part_text_set(onlyPopup(), "elm.text", std::string(300, 'x').c_str());
 	EXPECT_EQ(std::string(255, 'x'), readerText(elm_object_part_access_object_get(onlyPopup(), "elm.text")));
+	evas_object_del(onlyPopup());
+
+	// The no-result notice shows the error icon of the resource directory.
+	provideIcon("zonvista_ic_error.png");
+	Evas_Object* popup = ZonPopup::noResultPopup(window());
+	EXPECT_EQ(popup, onlyPopup());
+	EXPECT_EQ(resourceDir() + "images/zonvista_ic_error.png", imageFile(elm_object_part_content_get(popup, "toast,icon")));
+	evas_object_del(popup);
+
+	// Without a resource directory the icon shows nothing, and the notice still works.
+	ASSERT_EQ(0, zon_host_fault_inject("app_get_resource_path", 1, -1));
+	popup = ZonPopup::noResultPopup(window());
+	Evas_Object* image = elm_object_part_content_get(popup, "toast,icon");
+	ASSERT_NE(nullptr, image);
+	int w = -1;
+	elm_image_object_size_get(image, &w, nullptr);
+	EXPECT_EQ(0, w);
+	EXPECT_EQ(tr("WDS_ZON_TPOP_NO_CITIES_FOUND_ABB"), text(popup));
 }
 
-TEST_F(ZonPopupTest, TimeOutDeletesAtOnceAndATapFadesOut)
-{
-	for (auto [show, signal] : {std::pair{ZonPopup::showCityDeletedPopup, "timeout"},
-			 {ZonPopup::showUpdateSuccessPopup, "block,clicked"}}) {
-		show(window());
-		DeletionWatch watch(onlyPopup());
-		evas_object_smart_callback_call(onlyPopup(), signal, nullptr);
-		pump(0.01);
-		EXPECT_EQ(signal == std::string("timeout"), watch.gone()) << signal;
-		EXPECT_TRUE(pumpUntil([&] { return watch.gone(); }));
-	}
-}
-
-TEST_F(ZonPopupTest, MaxNumberPicksSingularOrPluralAndPutsTheNumberIn)
+TEST_F(ZonPopupTest, MaxNumberPicksSingularOrPluralAndATimeOutDeletesAtOnceATapFadesOut)
 {
 	for (int number : {1, 20}) {
 		setLanguage("xx");
@@ -97,6 +102,16 @@ TEST_F(ZonPopupTest, MaxNumberPicksSingularOrPluralAndPutsTheNumberIn)
 		EXPECT_EQ(number == 1 ? "You can't add more than 1 city." : "You can't add more than 20 cities.", text(onlyPopup()));
 		EXPECT_STREQ("toast/circle", elm_object_style_get(onlyPopup()));
 		evas_object_del(onlyPopup());
+	}
+
+	for (auto [show, signal] : {std::pair{ZonPopup::showCityDeletedPopup, "timeout"},
+			 {ZonPopup::showUpdateSuccessPopup, "block,clicked"}}) {
+		show(window());
+		DeletionWatch watch(onlyPopup());
+		evas_object_smart_callback_call(onlyPopup(), signal, nullptr);
+		pump(0.01);
+		EXPECT_EQ(signal == std::string("timeout"), watch.gone()) << signal;
+		EXPECT_TRUE(pumpUntil([&] { return watch.gone(); }));
 	}
 }
 
@@ -115,23 +130,4 @@ TEST_F(ZonPopupTest, LanguageChangeRetranslatesOnlyTranslatableNotices)
 		EXPECT_EQ(notice.translatable ? tr(notice.name) : english[i], text(shown[i])) << notice.name;
 		EXPECT_EQ(notice.translatable, english[i] != text(shown[i])) << notice.name;
 	}
-}
-
-TEST_F(ZonPopupTest, NoResultShowsTheErrorIconOfTheResourceDirectory)
-{
-	provideIcon("zonvista_ic_error.png");
-	Evas_Object* popup = ZonPopup::noResultPopup(window());
-	EXPECT_EQ(popup, onlyPopup());
-	EXPECT_EQ(resourceDir() + "images/zonvista_ic_error.png", imageFile(elm_object_part_content_get(popup, "toast,icon")));
-	evas_object_del(popup);
-
-	// Without a resource directory the icon shows nothing, and the notice still works.
-	ASSERT_EQ(0, zon_host_fault_inject("app_get_resource_path", 1, -1));
-	popup = ZonPopup::noResultPopup(window());
-	Evas_Object* image = elm_object_part_content_get(popup, "toast,icon");
-	ASSERT_NE(nullptr, image);
-	int w = -1;
-	elm_image_object_size_get(image, &w, nullptr);
-	EXPECT_EQ(0, w);
-	EXPECT_EQ(tr("WDS_ZON_TPOP_NO_CITIES_FOUND_ABB"), text(popup));
 }

@@ -38,19 +38,17 @@ protected:
 	Evas_Object* add(const std::string& name, Evas_Object* obj = nullptr)
 	{
 		obj = obj ? obj : elm_button_add(window());
-		manager()->setOnRotary(obj, handler(name));
+		manager()->setOnRotary(obj, [this, name](Eext_Rotary_Event_Direction d) {
+			trace_.push_back(name + (d == EEXT_ROTARY_DIRECTION_CLOCKWISE ? "+" : "-"));
+		});
 		return obj;
-	}
-	std::function<void(Eext_Rotary_Event_Direction)> handler(const std::string& name)
-	{
-		return [this, name](Eext_Rotary_Event_Direction d) { trace_.push_back(name + (d == EEXT_ROTARY_DIRECTION_CLOCKWISE ? "+" : "-")); };
 	}
 
 	Evas_Object* conformant_ = nullptr;
 	Trace trace_;
 };
 
-TEST_F(ZonRotaryManagerTest, InitializeEmptiesTheStackThenTheLastObjectGetsTheEventsUntilDeleted)
+TEST_F(ZonRotaryManagerTest, InitializeEmptiesTheStackTheLastObjectGetsTheEventsBeforeTheWidgetsOwn)
 {
 	add("old");
 	manager()->initialize(conformant_);
@@ -98,11 +96,10 @@ TEST_F(ZonRotaryManagerTest, InitializeEmptiesTheStackThenTheLastObjectGetsTheEv
 	EXPECT_EQ(nullptr, zon_host_rotary_activated_object());
 	EXPECT_FALSE(zon_host_rotary_event(true));
 	EXPECT_EQ(4u, trace_.size());
-}
 
-TEST_F(ZonRotaryManagerTest, HandlerRunsBeforeTheWidgetsOwnAndActiveInactiveSwitchTheTop)
-{
-	// On an empty stack both are harmless.
+	// The handler runs before the widget's own; active() and inactive() switch the top, and on an
+	// empty stack both are harmless.
+	trace_.clear();
 	manager()->active();
 	manager()->inactive();
 	Evas_Object* list = elm_button_add(window());
@@ -124,7 +121,7 @@ TEST_F(ZonRotaryManagerTest, HandlerRunsBeforeTheWidgetsOwnAndActiveInactiveSwit
 	zon_host_rotary_event(true);
 	EXPECT_TRUE(trace_.empty());
 
-	manager()->setOnRotary(nullptr, handler("none"));
+	manager()->setOnRotary(nullptr, [](Eext_Rotary_Event_Direction) {});
 	EXPECT_TRUE(zon_host_log_contains("object is nullptr!"));
 }
 

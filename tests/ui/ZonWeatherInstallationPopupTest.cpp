@@ -23,10 +23,10 @@ protected:
 	Trace trace_;
 };
 
-TEST_F(InstallPromptTest, SentenceButtonIconsOrNoneAndATapOutsideDismissesWithoutAChoice)
+TEST_F(InstallPromptTest, SentenceIconsOrNoneATapOutsideDismissesAndOnlyTheFirstPressCounts)
 {
-	provideIcon("qz_ic_popup_btn_delete.png");
-	provideIcon("qz_ic_popup_btn_check.png");
+	for (const char* icon : {"qz_ic_popup_btn_delete.png", "qz_ic_popup_btn_check.png"})
+		provideIcon(icon);
 	ZonWeatherInstallationPopup prompt;
 	Evas_Object* popup = create(prompt);
 	ASSERT_NE(nullptr, popup);
@@ -47,10 +47,7 @@ TEST_F(InstallPromptTest, SentenceButtonIconsOrNoneAndATapOutsideDismissesWithou
 	EXPECT_TRUE(icon(button(popup, 0)) == nullptr && icon(button(popup, 1)) == nullptr);
 	press(button(popup, 1));
 	EXPECT_EQ(Trace{"ok"}, trace_);
-}
 
-TEST_F(InstallPromptTest, OnlyTheFirstPressOfEitherButtonCounts)
-{
 	for (int first : {1, 0}) {
 		trace_.clear();
 		zon_host_log_clear();
@@ -66,13 +63,11 @@ TEST_F(InstallPromptTest, OnlyTheFirstPressOfEitherButtonCounts)
 		EXPECT_TRUE(pumpUntil([&] { return widget.gone(); }));
 		EXPECT_EQ(1u, trace_.size());
 	}
-}
 
-TEST_F(InstallPromptTest, DeletedWhileShownTheWidgetNoLongerCallsIt)
-{
-	auto* prompt = new ZonWeatherInstallationPopup();
-	Evas_Object* popup = create(*prompt);
-	delete prompt;
+	// Deleted while shown, the widget no longer calls it.
+	auto* doomed = new ZonWeatherInstallationPopup();
+	popup = create(*doomed);
+	delete doomed;
 	// Its own handlers are gone from the widget: tapping outside reaches nothing.
 	evas_object_smart_callback_call(popup, "block,clicked", nullptr);
 	evas_object_smart_callback_call(popup, "dismissed", nullptr);
