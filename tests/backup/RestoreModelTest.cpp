@@ -75,7 +75,7 @@ TEST_F(RestoreModelTest, FileWithoutRecordsAnswersNoListAndNeverCallsTheSubclass
 		EXPECT_EQ("record_list none false", events()[7]);
 		EXPECT_EQ("the application restored nothing", failure());
 		EXPECT_TRUE(restore->seen.empty());
-		EXPECT_EQ(std::make_pair(1, false), std::make_pair(calls, result)) << "one completion, failed";
+		EXPECT_TRUE(calls == 1 && !result) << calls << " completions, the last " << result;
 		if (!c.readError.empty()) {
 			EXPECT_EQ(1u, zon_host_log_count_matching(c.readError.c_str()));
 			EXPECT_EQ(1u, zon_host_log_count_matching(countFailed.c_str()));
@@ -178,7 +178,7 @@ TEST_F(RestoreModelTest, ServiceGivingUpOrTimingOutCompletesBothModelsOnceWithFa
 			EXPECT_EQ(0u, trail[trail.size() - 2].find("gave up at "));
 			EXPECT_EQ("completed false", trail.back());
 		}
-		EXPECT_EQ(std::make_pair(1, false), std::make_pair(calls, result)) << "one completion, failed";
+		EXPECT_TRUE(calls == 1 && !result) << calls << " completions, the last " << result;
 	}
 }
 

@@ -164,7 +164,8 @@ TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideTruncatedToIntAndMistype
 	EXPECT_EQ(0, fetch(object, &ZonJsonObject::getIntegerValue, "text", -1));
 	EXPECT_EQ(nullptr, fetch(object, &ZonJsonObject::getObjectValue, "min", fresh()).getJsonObject());
 	for (const char* name : {"min", "nothing"})
-		EXPECT_EQ(2u, fetch(object, &ZonJsonObject::getArrayObject, name, std::list<ZonJsonObject>(2)).size());
+		EXPECT_EQ(2u, fetch(object, &ZonJsonObject::getArrayObject, name, std::list<ZonJsonObject>(2)).size())
+			<< name;
 	EXPECT_TRUE(zon_host_log_contains("\033[0;31m* Critical * json_object_get_array_member(min) failed.\033[0;m"));
 	EXPECT_TRUE(zon_host_log_contains("json_object_get_array_member(nothing) failed."));
 }
