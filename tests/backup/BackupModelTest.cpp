@@ -108,8 +108,7 @@ TEST_F(BackupModelTest, WithoutTheInterfaceOrARegistrationNeitherModelRuns)
 	};
 	for (const auto& c : cases) {
 		SCOPED_TRACE(std::string(c.function) + (c.kind == BACKUP ? " backup" : " restore"));
-		freshHost();
-		zon_host_fault_inject(c.function, 1, KORVATH_CLOUD_ERROR_IO_ERROR);
+		freshHost(c.function);
 		EXPECT_EQ(c.registered < 0 ? RUNNING : FAILED, runWith(c.kind));
 		EXPECT_FALSE(ranOk);
 		EXPECT_EQ(1u, logged(std::string(c.function) + c.message));
@@ -170,10 +169,9 @@ TEST_F(BackupModelTest, EachFailingCallIsLoggedAndTheSessionEndsAsItCan)
 	};
 	for (const auto& c : cases) {
 		SCOPED_TRACE(std::string(c.function) + " #" + std::to_string(c.nth));
-		freshHost();
 		// A file left by the case before would be sent in place of the one not written.
 		remove(trustedPath("backup.dat").c_str());
-		zon_host_fault_inject(c.function, c.nth, KORVATH_CLOUD_ERROR_IO_ERROR);
+		freshHost(c.function, c.nth);
 		EXPECT_EQ(c.state, runWith(BACKUP, values));
 		EXPECT_EQ(1u, countTagged(std::string(c.function) + " failed.(-5)", "BackupModel", DLOG_ERROR, "BackupModel.cpp: "));
 		EXPECT_EQ(c.lastEvent, lastEvent());
@@ -206,10 +204,8 @@ TEST_F(BackupModelTest, NoRecordsToFillAnswersWithoutPath)
 	};
 	for (const auto& c : cases) {
 		SCOPED_TRACE(c.handedOver);
-		freshHost();
+		freshHost(c.fault);
 		zon_host_cloud_set_record_list(c.mode);
-		if (c.fault)
-			zon_host_fault_inject(c.fault, 1, KORVATH_CLOUD_ERROR_IO_ERROR);
 		EXPECT_EQ(FAILED, runWith(BACKUP, {"{}", "{}"}));
 		Texts trail = events();
 		ASSERT_EQ(9u, trail.size());

@@ -77,8 +77,9 @@ protected:
 
 	void installApp() { ASSERT_EQ(0, zon_host_register_app(zon_host_app_id(), launched, this)); }
 
-	// A new device state on the same root, for tests that go through several cases.
-	void freshHost()
+	// A new device state on the same root, for tests that go through several cases; with `fault`,
+	// the nth call of that function fails with an I/O error.
+	void freshHost(const char* fault = nullptr, int nth = 1)
 	{
 		dropModels();
 		zon_host_reset();
@@ -86,6 +87,8 @@ protected:
 		installApp();
 		calls = 0;
 		result = ranOk = false;
+		if (fault)
+			zon_host_fault_inject(fault, nth, KORVATH_CLOUD_ERROR_IO_ERROR);
 	}
 
 	// The application's answer to a launch of `kind`: a model made and run at once, which reports

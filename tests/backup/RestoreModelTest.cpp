@@ -111,8 +111,7 @@ TEST_F(RestoreModelTest, RecordLoopGoesOnAfterEachFailure)
 	};
 	for (const auto& c : cases) {
 		SCOPED_TRACE(c.function);
-		freshHost();
-		zon_host_fault_inject(c.function, c.nth, KORVATH_CLOUD_ERROR_IO_ERROR);
+		freshHost(c.function, c.nth);
 		EXPECT_EQ(ZON_HOST_CLOUD_SUCCEEDED, runWith(RESTORE));
 		for (const std::string& message : c.messages)
 			EXPECT_EQ(1u, zon_host_log_count_matching(message.c_str())) << message;
@@ -161,9 +160,8 @@ TEST_F(RestoreModelTest, ServiceGivingUpOrTimingOutCompletesBothModelsOnceWithFa
 	};
 	for (const auto& c : cases) {
 		SCOPED_TRACE(c.function ? c.function : std::to_string(c.step));
-		freshHost();
+		freshHost(c.function);
 		if (c.function) {
-			zon_host_fault_inject(c.function, 1, KORVATH_CLOUD_ERROR_IO_ERROR);
 			EXPECT_EQ(ZON_HOST_CLOUD_RUNNING, runWith(RESTORE));
 			EXPECT_EQ(1u, zon_host_log_count_matching(c.message));
 			EXPECT_EQ(c.last, lastEvent());
