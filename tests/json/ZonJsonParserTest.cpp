@@ -29,7 +29,7 @@ struct JsonGlibLeaksIgnored {
 
 const char kSuiteDir[] = ZON_SOURCE_DIR "/tests/data/jsontestsuite/test_parsing";
 const char kTooDeep[] = "JSON text nested deeper than 1000 levels is not parsed.";
-const char kProbeDocument[] = R"({"zon probe":"before","n":4294967301,"on":true})";
+const char kProbeDocument[] = R"({"zon probe":"before"})";
 
 // JSON-GLib's verdict on `text`, with its error message when it rejects it. (It recurses once
 // per nesting level: the two files of the suite that nest 100000 deep are never given to it.)
