@@ -51,21 +51,18 @@ void readAll(ZonJsonObject& object, int depth)
 
 int depthOf(JsonNode* node)
 {
+	GList* children = nullptr;
+	if (JSON_NODE_HOLDS_OBJECT(node))
+		children = json_object_get_values(json_node_get_object(node));
+	else if (JSON_NODE_HOLDS_ARRAY(node))
+		children = json_array_get_elements(json_node_get_array(node));
+	else
+		return 0;
 	int deepest = 0;
-	if (JSON_NODE_HOLDS_OBJECT(node)) {
-		GList* members = json_object_get_values(json_node_get_object(node));
-		for (GList* it = members; it; it = it->next)
-			deepest = std::max(deepest, depthOf(static_cast<JsonNode*>(it->data)));
-		g_list_free(members);
-		return deepest + 1;
-	}
-	if (JSON_NODE_HOLDS_ARRAY(node)) {
-		JsonArray* array = json_node_get_array(node);
-		for (guint i = 0; i < json_array_get_length(array); ++i)
-			deepest = std::max(deepest, depthOf(json_array_get_element(array, i)));
-		return deepest + 1;
-	}
-	return 0;
+	for (GList* it = children; it; it = it->next)
+		deepest = std::max(deepest, depthOf(static_cast<JsonNode*>(it->data)));
+	g_list_free(children);
+	return deepest + 1;
 }
 
 }

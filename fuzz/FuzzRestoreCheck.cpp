@@ -19,23 +19,20 @@ using fuzz::check;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
 	std::istringstream lines(std::string(reinterpret_cast<const char*>(data), size));
-	std::vector<std::string> values;
-	for (std::string line; std::getline(lines, line);)
-		values.push_back(line);
-
 	zonclock::RestoreCheck records;
 	std::set<std::string> keys;
-	for (size_t i = 0; i < values.size(); ++i) {
+	int count = 0;
+	for (std::string line; std::getline(lines, line); ++count) {
 		std::string key;
-		fuzz::withoutLeakChecks([&] { key = records.add(static_cast<int>(i), values[i] == "~" ? nullptr : values[i].c_str()); });
+		fuzz::withoutLeakChecks([&] { key = records.add(count, line == "~" ? nullptr : line.c_str()); });
 		check(!key.empty(), "a record was given no key");
 		keys.insert(key);
 	}
-	check(records.seen() == static_cast<int>(values.size()), "a record was not counted");
+	check(records.seen() == count, "a record was not counted");
 
 	bool passed = records.check();
 	// At most a few lines per record, and a bounded summary of holes per list.
-	check(records.problems().size() <= 3 * values.size() + 14, "too many problems for the records given");
+	check(records.problems().size() <= size_t(3 * count + 14), "too many problems for the records given");
 	if (!passed) {
 		check(!records.problems().empty(), "a refused file names no problem");
 		return 0;

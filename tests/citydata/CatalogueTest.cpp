@@ -17,7 +17,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <regex>
@@ -90,8 +89,6 @@ TEST(CatalogueInvariant, RowsRunInIdOrderWithCleanKeysAKnownZoneAndAPointTheGmtT
 {
 	static_assert(ZON_CITY_COUNT == 331, "the catalogue has 331 cities");
 	static_assert(ZON_CITY_POINT_COUNT == ZON_CITY_COUNT, "one coordinate pair per catalogue city");
-	ASSERT_EQ(ZON_CITY_COUNT, static_cast<int>(std::size(allCityList)));
-	ASSERT_EQ(ZON_CITY_COUNT, static_cast<int>(std::size(allCityPoints)));
 	EXPECT_EQ((std::vector<int>{54, 91, 153, 154}),
 		idsWhere([](const Cityinfo& c) { return std::regex_match(c.cityname_eng, std::regex(".* ")); }));
 	// Not empty, no stray blanks (but those four), and string ids are translation keys.
@@ -118,10 +115,8 @@ TEST(CatalogueInvariant, RowsRunInIdOrderWithCleanKeysAKnownZoneAndAPointTheGmtT
 		EXPECT_TRUE(!c.cityname_translated && !c.compare_name && !c.dbId && !c.checkIcon && !c.isChecked &&
 			!c.currentTemperature && !c.isCentegrade && c.currentWeatherType == UNDEFINED_WEATHER);
 		for (const char* text : {c.cityname_string, c.cityname_eng, c.country_string, c.country_name, c.timezone,
-				 c.timezone_path}) {
-			ASSERT_NE(nullptr, std::memchr(text, '\0', CITYINFO_TEXT_SIZE));
+				 c.timezone_path})
 			EXPECT_TRUE(std::regex_match(text, text == c.cityname_eng ? name : trimmed)) << '"' << text << '"';
-		}
 		EXPECT_TRUE(std::regex_match(c.cityname_string, stringId)) << c.cityname_string;
 		EXPECT_TRUE(std::regex_match(c.country_string, stringId)) << c.country_string;
 		EXPECT_TRUE(std::regex_match(c.timezone, gmt)) << '"' << c.timezone << '"';
@@ -250,8 +245,6 @@ TEST(CatalogueInvariant, TellingRowsCoordinatesAndIrregularKeysAreKeptExactly)
 		{283, 47.4824155, -52.8286382}, {331, 47.377455, 8.536715}};
 	for (const auto& [id, lat, lon] : points)
 		EXPECT_EQ(std::make_pair(lat, lon), std::make_pair(latitude(id), longitude(id))) << id;
-	EXPECT_EQ("5.348542", latitudeKey(1));
-	EXPECT_EQ("37.757700", latitudeKey(261));
 
 	// St. John's is two cities under one string id.
 	EXPECT_EQ((std::vector<int>{282, 283}),

@@ -42,7 +42,6 @@ protected:
 	{
 		for (const auto& handler : handlers_)
 			g_log_remove_handler(handler.first, handler.second);
-		handlers_.clear();
 		EXPECT_EQ(expected_, warnings_.size()) << "JSON-GLib and GLib warned: " << testing::PrintToString(warnings_);
 		HostFixture::TearDown();
 	}

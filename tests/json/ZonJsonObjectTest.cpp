@@ -51,9 +51,7 @@ TEST_F(ZonJsonObjectTest, AbsentMembersAreNoAnswerEmptyWrappersTakeNoneMembersAn
 		std::list<ZonJsonObject> l = fetch(*object, &ZonJsonObject::getArrayObject, "missing", {sentinel});
 		EXPECT_TRUE(l.size() == 1 && l.front().getJsonObject() == sentinel.getJsonObject());
 	}
-	std::string untouched = "untouched";
-	empty.getJsonMessage(untouched);
-	EXPECT_EQ("untouched", untouched) << "an empty wrapper has nothing to write";
+	EXPECT_EQ("stale", text(empty)) << "an empty wrapper has nothing to write";
 	empty.removeMember("missing");
 	EXPECT_EQ(0u, zon_host_log_count());
 	EXPECT_DEATH(empty.addStringMember("a", "b"), "_jsonObject != nullptr") << "adding is a programming error";
@@ -165,10 +163,9 @@ TEST_F(ZonJsonObjectTest, IntegersAreSixtyFourBitsInsideTruncatedToIntAndMistype
 		<< "JSON-GLib's null string must not reach std::string";
 	EXPECT_EQ(0, fetch(object, &ZonJsonObject::getIntegerValue, "text", -1));
 	EXPECT_EQ(nullptr, fetch(object, &ZonJsonObject::getObjectValue, "min", fresh()).getJsonObject());
-	std::list<ZonJsonObject> l(2);
-	object.getArrayObject("min", l);
-	object.getArrayObject("nothing", l);
-	EXPECT_EQ(2u, l.size());
+	for (const char* name : {"min", "nothing"})
+		EXPECT_EQ(2u, fetch(object, &ZonJsonObject::getArrayObject, name, std::list<ZonJsonObject>(2)).size())
+			<< name;
 	EXPECT_TRUE(zon_host_log_contains("\033[0;31m* Critical * json_object_get_array_member(min) failed.\033[0;m"));
 	EXPECT_TRUE(zon_host_log_contains("json_object_get_array_member(nothing) failed."));
 }

@@ -29,7 +29,7 @@ struct JsonGlibLeaksIgnored {
 
 const char kSuiteDir[] = ZON_SOURCE_DIR "/tests/data/jsontestsuite/test_parsing";
 const char kTooDeep[] = "JSON text nested deeper than 1000 levels is not parsed.";
-const char kProbeDocument[] = R"({"zon probe":"before","n":4294967301,"on":true})";
+const char kProbeDocument[] = R"({"zon probe":"before"})";
 
 // JSON-GLib's verdict on `text`, with its error message when it rejects it. (It recurses once
 // per nesting level: the two files of the suite that nest 100000 deep are never given to it.)
@@ -84,8 +84,6 @@ TEST_F(ZonJsonParserTest, FollowsJsonGlibOnEveryFileOfTheSuite)
 			continue;
 		}
 		EXPECT_EQ("before", probe(parser));
-		EXPECT_EQ(5, fetch(parser, &ZonJsonParser::getIntegerValue, "n"));
-		EXPECT_TRUE(fetch(parser, &ZonJsonParser::getBooleanValue, "on"));
 		ASSERT_EQ(1u, zon_host_log_count());
 		int priority = 0;
 		const char* tag = nullptr;
@@ -134,17 +132,15 @@ TEST_F(ZonJsonParserTest, RejectedOrTooDeepTextsKeepTheLastAcceptedRootAndGetter
 	EXPECT_EQ(-1, fetch(parser, &ZonJsonParser::getIntegerValue, "n"));
 	EXPECT_FALSE(fetch(parser, &ZonJsonParser::getBooleanValue, "b", true));
 
-	for (const char* text : {"[{\"zon probe\":\"in array\"}]", "\"zon probe\"", "7", "", "  \n"}) {
+	// Texts nested too deep for JSON-GLib are refused unparsed; 1000 levels are still parsed.
+	auto nested = [](int depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+	const std::string notObjects[] = {"[{\"zon probe\":\"in array\"}]", "\"zon probe\"", "7", "", "  \n",
+		nested(1000)};
+	for (const std::string& text : notObjects) {
 		parser.setJsonMessage(kProbeDocument);
 		parser.setJsonMessage(text);
-		EXPECT_EQ("untouched", probe(parser)) << text;
+		EXPECT_EQ("untouched", probe(parser)) << text.substr(0, 20);
 	}
-
-	// Texts nested too deep for JSON-GLib are refused unparsed.
-	auto nested = [](int depth) { return std::string(depth, '[') + std::string(depth, ']'); };
-	parser.setJsonMessage(kProbeDocument);
-	parser.setJsonMessage(nested(1000));
-	EXPECT_EQ("untouched", probe(parser)) << "1000 levels are still parsed";
 	EXPECT_EQ(0u, zon_host_log_count());
 
 	parser.setJsonMessage(kProbeDocument);
