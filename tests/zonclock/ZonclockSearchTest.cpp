@@ -50,6 +50,7 @@ TEST_F(ZonclockSearch, FindsAnyPartOfANameOrCountryIgnoringCaseAndAccentsBestFir
 		{{"diff", "Atlantis"}, {}}, {{"sun", "0"}, {}}, {{"weather", "Tokyo", "Kingston"}, {}},
 	};
 	for (const auto& c : refused) {
+		SCOPED_TRACE(c.args[0] + " " + c.args[1]);
 		Outcome result = zonclock(c.args);
 		expectRefusal(result, c.said);
 		EXPECT_EQ(lines(result.err).size(), 1u) << result.err;
