@@ -21,7 +21,7 @@ protected:
 	}
 };
 
-TEST_F(HostLog, FileLinesLookLikeTheDeviceReaderAndFollowTheVariable)
+TEST_F(HostLog, FileLinesFollowTheVariableAndStandardErrorGetsErrorsButNotFirstRunReads)
 {
 	const std::string file = rootPath("device.log");
 	setEnv("ZON_HOST_LOG", file.c_str());
@@ -60,13 +60,11 @@ TEST_F(HostLog, FileLinesLookLikeTheDeviceReaderAndFollowTheVariable)
 	zon_host_reset();
 	dlog_print(DLOG_INFO, "zonvista", "four");
 	EXPECT_EQ(std::vector<std::string>{"four"}, readLines(first, true));
-}
 
-// Standard error gets errors only, and of them not a fresh device's unset settings, which are
-// logged, not shown; a read that fails for another reason is shown.
-TEST_F(HostLog, StandardErrorGetsErrorsButNotFirstRunSettingReads)
-{
+	// Standard error gets errors only, and of them not a fresh device's unset settings, which are
+	// logged, not shown; a read that fails for another reason is shown.
 	setEnv("ZON_HOST_LOG", nullptr);
+	zon_host_log_capture(true);   // the reset above ended it
 	const char *unread = "\033[0;31m* Critical * vconf_get_int is faled.(-1)\033[0;m";
 	int value = 0;
 	testing::internal::CaptureStderr();
@@ -84,11 +82,10 @@ TEST_F(HostLog, StandardErrorGetsErrorsButNotFirstRunSettingReads)
 		EXPECT_EQ(line.second, err.find(line.first) != std::string::npos) << line.first << " in\n" << err;
 	EXPECT_TRUE(zon_host_log_contains(unread)) << "still logged";
 
-	const std::string file = rootPath("device.log");
-	setEnv("ZON_HOST_LOG", file.c_str());
+	setEnv("ZON_HOST_LOG", rootPath("kept.log").c_str());
 	ASSERT_EQ(VCONF_ERROR, vconf_get_int("db/zon/never_set", &value));
 	dlog_print(DLOG_ERROR, "zonvista", "%s", unread);
-	EXPECT_EQ((std::vector<std::string>{unread}), readLines(file, true)) << "the log file keeps it";
+	EXPECT_EQ((std::vector<std::string>{unread}), readLines(rootPath("kept.log"), true)) << "the log file keeps it";
 }
 
 } // namespace

@@ -12,7 +12,7 @@ namespace {
 
 class HostPath : public HostFixture {};
 
-TEST_F(HostPath, ApplicationAndDevicePathsExistEndInSlashAndStayInside)
+TEST_F(HostPath, PathsEndInSlashAndStayInsideTheRootThatTheEnvironmentGives)
 {
 	const std::string app = root() + "/apps/korvath.zonvista/";
 	const struct { char *(*get)(void); const char *sub; } dirs[] = {
@@ -47,10 +47,7 @@ TEST_F(HostPath, ApplicationAndDevicePathsExistEndInSlashAndStayInside)
 	EXPECT_EQ(fs + "/etc/passwd", takeText(zon_platform_path("/../../etc/passwd"))) << "cannot leave the device";
 	EXPECT_EQ("<null>", takeText(zon_platform_path("tmp/.zonvista_ldu")));
 	EXPECT_EQ("<null>", takeText(zon_platform_path(nullptr)));
-}
 
-TEST_F(HostPath, DeviceRootComesFromTheEnvironmentAndTheLibraryDomainIsBound)
-{
 	EXPECT_EQ(root(), zon_host_root());
 	setEnv("ZON_HOST_ROOT", nullptr);
 	setEnv("XDG_DATA_HOME", rootPath("xdg/").c_str());

@@ -141,8 +141,7 @@ TEST_F(ClockText, SplitTextsFormattedDateStringAndSettings)
 			 {"\xD9\xA9:\xD9\xA3\xD9\xA0 \xD9\x85", "", "\xD9\xA9:\xD9\xA3\xD9\xA0 \xD9\x85", true},
 			 // Each part is cut to 31 bytes.
 			 {"10:30 abcdefghijklmnopqrstuvwxyzABCDEFGHIJ", "10:30", "abcdefghijklmnopqrstuvwxyzABCDE", false}}) {
-		char time[256] = {0};
-		char ampm[256] = {0};
+		char time[256] = {0}, ampm[256] = {0};
 		snprintf(time, sizeof(time), "%s", text);
 		bool ampmFirst = !expectedFirst;
 		ZonTimeUtilTestPeer::splitTimeStr(time, ampm, &ampmFirst, sizeof(time));

@@ -26,8 +26,7 @@ const SunCity kCities[] = {
 const double kToleranceMinutes = 6.0;
 
 struct NoaaSun {
-	double rise;
-	double set;
+	double rise, set;   // minutes after 00:00 UTC
 };
 
 // NOAA's general solar position formulas (fractional-year series for the equation of time and
@@ -52,8 +51,7 @@ NoaaSun noaaSunToday(double latitude, double longitude)
 
 int minutesOfText(const std::string& text)
 {
-	int hours = 0;
-	int minutes = 0;
+	int hours = 0, minutes = 0;
 	EXPECT_EQ(2, sscanf(text.c_str(), "%d:%d", &hours, &minutes)) << text;
 	return hours * 60 + minutes;
 }

@@ -37,9 +37,7 @@ std::set<std::string> idsInSources()
 	for (const auto& entry : std::filesystem::directory_iterator(ZON_SOURCE_DIR "/src")) {
 		if (entry.path().extension() != ".cpp")
 			continue;
-		std::stringstream text;
-		text << std::ifstream(entry.path()).rdbuf();
-		std::string source = text.str();
+		std::string source = (std::stringstream() << std::ifstream(entry.path()).rdbuf()).str();
 		for (std::sregex_iterator it(source.begin(), source.end(), idLiteral), end; it != end; ++it) {
 			std::string id = (*it)[1];
 			if (!std::regex_search(id, std::regex("_M_(CITY|COUNTRY)$")))

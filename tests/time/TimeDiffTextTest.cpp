@@ -50,7 +50,7 @@ void expectTexts(const DiffTexts& c)
 
 class TimeDiffText : public TimeFixture {};
 
-TEST_F(TimeDiffText, EnglishSentencesAndMessageIdsOfEveryCase)
+TEST_F(TimeDiffText, EnglishSentencesMessageIdsTranslatedOrderAndRegionDigits)
 {
 	const DiffTexts english[] = {
 		{0, "", "", ""},
@@ -88,12 +88,9 @@ TEST_F(TimeDiffText, EnglishSentencesAndMessageIdsOfEveryCase)
 	};
 	for (const DiffTexts& c : ids)
 		expectTexts(c);
-}
 
-// The test language writes the minutes before the hours ("%2$d ... %1$d"); region digits appear
-// in the list and arc texts only.
-TEST_F(TimeDiffText, TranslatedOrderAndRegionDigits)
-{
+	// The test language writes the minutes before the hours ("%2$d ... %1$d"); region digits appear
+	// in the list and arc texts only.
 	setLanguage("xx");
 	std::string zone = zoneWithDifference(2.5);
 
@@ -105,12 +102,10 @@ TEST_F(TimeDiffText, TranslatedOrderAndRegionDigits)
 	EXPECT_EQ(fontSized("in 30 mins + 2 hrs"), ZonTimeUtil::getTimeDiffWithFontSize(zone.c_str()));
 
 	// One hour and minutes: the sign goes in front of the whole text.
-	std::string oneAndHalf = zoneWithDifference(-1.5);
-	EXPECT_EQ(LRM MINUS "30 min 1 h", ZonTimeUtil::getTimeDiffOnWidgetArc(oneAndHalf.c_str()));
+	EXPECT_EQ(LRM MINUS "30 min 1 h", ZonTimeUtil::getTimeDiffOnWidgetArc(zoneWithDifference(-1.5).c_str()));
 
 	// A literal "-1" elsewhere in an arc translation is replaced too.
-	std::string half = zoneWithDifference(0.5);
-	EXPECT_EQ(LRM "+30 min, not UTC" LRM "+30", ZonTimeUtil::getTimeDiffOnWidgetArc(half.c_str()));
+	EXPECT_EQ(LRM "+30 min, not UTC" LRM "+30", ZonTimeUtil::getTimeDiffOnWidgetArc(zoneWithDifference(0.5).c_str()));
 
 	setLanguage("en");
 	setRegionFormat("ar_EG.UTF-8");

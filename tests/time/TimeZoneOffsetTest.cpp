@@ -27,7 +27,7 @@ TEST_F(TimeZoneOffset, EveryCatalogueZoneAgreesWithTheSystemRules)
 	}
 }
 
-TEST_F(TimeZoneOffset, PyongyangUsesSeoulGmtTextMinutesAreHundredths)
+TEST_F(TimeZoneOffset, PyongyangIsSeoulHalfHoursWestCountEastUnknownZonesAreUtc)
 {
 	TestClock::set(kPyongyangOwnTime);
 
@@ -47,20 +47,15 @@ TEST_F(TimeZoneOffset, PyongyangUsesSeoulGmtTextMinutesAreHundredths)
 			 {"XYZ-9", -9.0}, {"GMT", 0.0}})
 		EXPECT_DOUBLE_EQ(hours, ZonTimeUtil::_getTimezoneValue(text)) << text;
 	EXPECT_TRUE(signbit(ZonTimeUtil::_getTimezoneValue("GMT-0")));
-}
 
-TEST_F(TimeZoneOffset, HalfHoursWestCountTowardTheEastUnknownZonesAreUtc)
-{
 	// Zones without daylight time. getGmtOffset("UTC") is minus the device's offset, so these
 	// are offsets from UTC on any device.
+	// -3:30 (St. John's in winter) reads -2.5 and -9:30 -8.5; under an hour west flips to the
+	// east altogether: -0:30 reads +0.5, -1:45 -0.25.
 	double utc = ZonTimeUtil::getGmtOffset("UTC");
-	EXPECT_DOUBLE_EQ(-2.5, ZonTimeUtil::getGmtOffset("ZZZ3:30") - utc);   // -3:30, as St. John's in winter
-	EXPECT_DOUBLE_EQ(-8.5, ZonTimeUtil::getGmtOffset("Pacific/Marquesas") - utc);   // -9:30
-	EXPECT_DOUBLE_EQ(5.75, ZonTimeUtil::getGmtOffset("Asia/Kathmandu") - utc);
-	EXPECT_DOUBLE_EQ(5.5, ZonTimeUtil::getGmtOffset("Asia/Kolkata") - utc);
-	// Under an hour west flips to the east altogether.
-	EXPECT_DOUBLE_EQ(0.5, ZonTimeUtil::getGmtOffset("ZZZ0:30") - utc);
-	EXPECT_DOUBLE_EQ(-0.25, ZonTimeUtil::getGmtOffset("ZZZ1:45") - utc);   // -1:45
+	for (auto [zone, hours] : {std::pair<const char*, double>{"ZZZ3:30", -2.5}, {"Pacific/Marquesas", -8.5},
+			 {"Asia/Kathmandu", 5.75}, {"Asia/Kolkata", 5.5}, {"ZZZ0:30", 0.5}, {"ZZZ1:45", -0.25}})
+		EXPECT_DOUBLE_EQ(hours, ZonTimeUtil::getGmtOffset(zone) - utc) << zone;
 
 	// This device's own offset is zero; an unknown zone is UTC.
 	EXPECT_DOUBLE_EQ(0.0, ZonTimeUtil::getGmtOffset(zoneWithDifference(0).c_str()));

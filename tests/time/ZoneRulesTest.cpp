@@ -53,10 +53,7 @@ std::map<std::string, std::string> offsetsOf(const std::string& icuDir, std::str
 
 bool contains(const std::string& path, const std::string& text)
 {
-	std::ifstream in(path);
-	std::stringstream all;
-	all << in.rdbuf();
-	return all.str().find(text) != std::string::npos;
+	return (std::stringstream() << std::ifstream(path).rdbuf()).str().find(text) != std::string::npos;
 }
 
 // zone_probe's "agree" disagreements that are not only a different name for the same offsets.
@@ -174,17 +171,11 @@ TEST(ZoneRules, UnconvertibleSourceFallsBackToThePublishedRules)
 
 class MachineZoneRules : public TimeFixture {};
 
-// The rules this library's ICU reads are the machine's: for every catalogue zone, ICU and the C
-// library give the same offset and daylight flag at 24 instants over the year before and after
-// now, and isDstOn() agrees with tm_isdst.
+// The rules this library's ICU reads are the machine's (zon-host's own tests check the version):
+// for every catalogue zone, ICU and the C library give the same offset and daylight flag at 24
+// instants over the year before and after now, and isDstOn() agrees with tm_isdst.
 TEST_F(MachineZoneRules, CatalogueZonesAgreeWithTheCLibrary)
 {
-	UErrorCode status = U_ZERO_ERROR;
-	std::ifstream tzdata("/usr/share/zoneinfo/tzdata.zi");
-	std::string versionLine;
-	std::getline(tzdata, versionLine);
-	EXPECT_EQ(versionLine, std::string("# version ") + icu::TimeZone::getTZDataVersion(status));
-
 	const time_t now = time(nullptr);
 	const time_t year = 365 * 86400;
 	for (const Cityinfo& city : allCityList) {
@@ -198,7 +189,7 @@ TEST_F(MachineZoneRules, CatalogueZonesAgreeWithTheCLibrary)
 			struct tm local;
 			localtime_r(&t, &local);
 			int32_t raw, dst;
-			status = U_ZERO_ERROR;
+			UErrorCode status = U_ZERO_ERROR;
 			tz->getOffset(t * 1000.0, false, raw, dst, status);
 			EXPECT_EQ(local.tm_gmtoff, (raw + dst) / 1000) << id << " at " << t;
 			EXPECT_EQ(local.tm_isdst > 0, dst != 0) << id << " at " << t;

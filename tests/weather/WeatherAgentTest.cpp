@@ -15,7 +15,8 @@ TEST_F(WeatherAgentTest, AnswerTravelsFromLaunchThroughPortToBothListsAndCallbac
 	EXPECT_TRUE(handler->requestWeatherData(35, true, false));
 
 	ASSERT_EQ(1u, zon_host_launch_count());
-	zon_host_launch launch = launchAt(0);
+	zon_host_launch launch = {};
+	ASSERT_TRUE(zon_host_launch_get(0, &launch));
 	EXPECT_STREQ("korvath.weather-agent", launch.app_id);
 	std::vector<std::pair<std::string, std::string>> extras;
 	for (size_t k = 0; k < launch.extra_count; ++k)
@@ -177,7 +178,9 @@ TEST_F(WeatherAgentTest, AgentPathFailuresReachOnlyTheDirectCaller)
 	ASSERT_EQ(0, zon_host_unregister_app("korvath.weather-agent"));
 	EXPECT_FALSE(handler->requestWeatherDataFromWeatherAgent(35));
 	EXPECT_TRUE(handler->requestWeatherData(35, true, false));
-	EXPECT_EQ(APP_CONTROL_ERROR_APP_NOT_FOUND, launchAt(0).result);
+	zon_host_launch launch = {};
+	ASSERT_TRUE(zon_host_launch_get(0, &launch));
+	EXPECT_EQ(APP_CONTROL_ERROR_APP_NOT_FOUND, launch.result);
 	int armed = alarmAt(0).id;
 
 	// No handle at all: nothing sent, the earlier alarm left as it was.

@@ -51,15 +51,14 @@ protected:
 	}
 };
 
-TEST_F(WeatherReplyTest, IconIdsShiftAt21AndCommasBecomePoints)
+TEST_F(WeatherReplyTest, IconIdsCommasAndAFullAnswerAreDecodedAndStored)
 {
 	for (int icon = 1; icon <= 20; ++icon)
 		EXPECT_EQ(static_cast<WeatherType>(icon), ZonWeatherAgentHandlerTestPeer::convertIconId(icon)) << icon;
-	EXPECT_EQ(RAIN, ZonWeatherAgentHandlerTestPeer::convertIconId(21));
-	EXPECT_EQ(HAIL, ZonWeatherAgentHandlerTestPeer::convertIconId(22));
-	EXPECT_EQ(SANDSTORM, ZonWeatherAgentHandlerTestPeer::convertIconId(23));
-	for (int icon : {0, -1, -22, 24, INT_MAX, INT_MIN})
-		EXPECT_EQ(UNDEFINED_WEATHER, ZonWeatherAgentHandlerTestPeer::convertIconId(icon)) << icon;
+	for (auto [icon, type] : {std::pair{21, RAIN}, {22, HAIL}, {23, SANDSTORM}, {0, UNDEFINED_WEATHER},
+			 {-1, UNDEFINED_WEATHER}, {-22, UNDEFINED_WEATHER}, {24, UNDEFINED_WEATHER},
+			 {INT_MAX, UNDEFINED_WEATHER}, {INT_MIN, UNDEFINED_WEATHER}})
+		EXPECT_EQ(type, ZonWeatherAgentHandlerTestPeer::convertIconId(icon)) << icon;
 
 	for (auto [before, after] : Pairs{{"51,5", "51.5"}, {"-0,25", "-0.25"}, {"1,2,,3", "1.2..3"}, {"", ""}}) {
 		char text[16];
@@ -67,10 +66,7 @@ TEST_F(WeatherReplyTest, IconIdsShiftAt21AndCommasBecomePoints)
 		ZonWeatherAgentHandlerTestPeer::findComma(text);
 		EXPECT_STREQ(after, text);
 	}
-}
 
-TEST_F(WeatherReplyTest, FullAnswerIsDecodedAndStored)
-{
 	ZonWeatherReplayData data = answer({{"result", "0"}, {"iconID", "21"}, {"refreshedTime", "1699990000"},
 		{"currentTemperature", "-7"}, {"temperatureUnit", "c"}, {"showCurrentLocation", "off"}, {"extra", "1"}});
 	EXPECT_TRUE(data.validity);

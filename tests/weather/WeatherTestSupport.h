@@ -10,6 +10,7 @@
 
 #include <map>
 #include <memory>
+#include <tuple>
 
 #include <sqlite3.h>
 
@@ -56,11 +57,8 @@ struct WeatherRow {
 	int isCentigrade;
 	long long lastUpdateTime;
 
-	bool operator==(const WeatherRow& o) const
-	{
-		return weatherType == o.weatherType && temperature == o.temperature && isCentigrade == o.isCentigrade
-			&& lastUpdateTime == o.lastUpdateTime;
-	}
+	auto fields() const { return std::tie(weatherType, temperature, isCentigrade, lastUpdateTime); }
+	bool operator==(const WeatherRow& o) const { return fields() == o.fields(); }
 };
 
 // The city's rows, main list first, read through a connection of their own.
@@ -96,13 +94,6 @@ inline zon_host_alarm alarmAt(size_t i)
 	zon_host_alarm alarm = {};
 	EXPECT_TRUE(zon_host_alarm_get(i, &alarm)) << "no pending alarm #" << i;
 	return alarm;
-}
-
-inline zon_host_launch launchAt(size_t i)
-{
-	zon_host_launch launch = {};
-	EXPECT_TRUE(zon_host_launch_get(i, &launch)) << "no launch #" << i;
-	return launch;
 }
 
 // An agent in `mode`; a fixed one answers exactly `pairs` (and echoes "lat"/"lon" unless the

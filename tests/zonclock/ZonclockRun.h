@@ -105,6 +105,15 @@ inline void expectUsageError(const Outcome& result, const std::string& what)
 	EXPECT_EQ(result.err.rfind("zonclock: ", 0), 0u) << what << ": " << result.err;
 }
 
+// A refusal: exit code 1, nothing on standard output, and each of `said` on standard error.
+inline void expectRefusal(const Outcome& result, const std::vector<std::string>& said)
+{
+	EXPECT_EQ(result.exitCode, 1) << result.err;
+	EXPECT_EQ(result.out, "");
+	for (const std::string& part : said)
+		EXPECT_TRUE(contains(result.err, part)) << result.err;
+}
+
 class ZonclockFixture : public ::testing::Test {
 protected:
 	void SetUp() override

@@ -9,13 +9,6 @@ namespace {
 class ZonclockTest : public ZonclockFixture {
 protected:
 	std::vector<int> listedIds(const std::vector<std::string>& args = {"list"}) { return idsIn(zonclock(args).out, 2); }
-
-	void expectRefused(const std::vector<std::string>& args, const std::string& said)
-	{
-		Outcome result = zonclock(args);
-		EXPECT_EQ(result.exitCode, 1) << args[0] << " " << args[1];
-		EXPECT_TRUE(contains(result.err, said)) << result.err;
-	}
 };
 
 TEST_F(ZonclockTest, AddRemoveAndReplaceKeepEachListInOrder)
@@ -28,10 +21,10 @@ TEST_F(ZonclockTest, AddRemoveAndReplaceKeepEachListInOrder)
 	EXPECT_EQ(listedIds({"list", "--second"}), (std::vector<int>{299}));
 
 	// The two Kingstons share their name string and GMT text, yet are told apart.
-	expectRefused({"add", "TOKYO"}, "already in the main list");
-	expectRefused({"add", "154"}, "already in the main list");
-	expectRefused({"replace", "seoul", "tokyo"}, "not in the main list");
-	expectRefused({"replace", "154", "Tokyo"}, "already in the main list");
+	expectRefusal(zonclock({"add", "TOKYO"}), {"already in the main list"});
+	expectRefusal(zonclock({"add", "154"}), {"already in the main list"});
+	expectRefusal(zonclock({"replace", "seoul", "tokyo"}), {"not in the main list"});
+	expectRefusal(zonclock({"replace", "154", "Tokyo"}), {"already in the main list"});
 	EXPECT_SUCCESS(zonclock({"replace", "153", "berlin"}));
 
 	int before = -1, after = -1;
@@ -41,8 +34,8 @@ TEST_F(ZonclockTest, AddRemoveAndReplaceKeepEachListInOrder)
 	openDevice();
 	ASSERT_EQ(preference_get_int("ZonDBChanged", &after), PREFERENCE_ERROR_NONE);
 	EXPECT_EQ(after, before ? 0 : 1) << "a removal must reach the other processes";
-	expectRefused({"remove", "154"}, "not in the main list");
-	expectRefused({"remove", "cairo", "--second"}, "not in the second list");
+	expectRefusal(zonclock({"remove", "154"}), {"not in the main list"});
+	expectRefusal(zonclock({"remove", "cairo", "--second"}), {"not in the second list"});
 	EXPECT_EQ(listedIds(), (std::vector<int>{299, 54, 283, 39}));
 	EXPECT_EQ(listedIds({"list", "--second"}), (std::vector<int>{299}));
 
