@@ -31,6 +31,8 @@ TEST_F(HostVconf, TypedValuesPersistChangesAreNotifiedAndReadsSeeChangesBehindTh
 	ASSERT_EQ(VCONF_OK, vconf_notify_key_changed(VCONFKEY_REGIONFORMAT, record, nullptr));
 	ASSERT_EQ(VCONF_OK, vconf_set_str(VCONFKEY_REGIONFORMAT, "en_GB.UTF-8"));
 	EXPECT_EQ(0, zon_host_pump(100)) << "the default is already the value: no change";
+	setEnv("LANG", "de_DE.UTF-8");
+	EXPECT_EQ("en_GB.UTF-8", takeText(vconf_get_str(VCONFKEY_REGIONFORMAT))) << "set, so kept";
 	ASSERT_EQ(VCONF_OK, vconf_set_str(VCONFKEY_REGIONFORMAT, "he_IL.UTF-8"));
 	ASSERT_EQ(VCONF_OK, vconf_set_int(VCONFKEY_REGIONFORMAT, 3));
 	EXPECT_TRUE(seen.empty());
