@@ -2,6 +2,9 @@
  * WSignal.h - a list of callbacks that emit() calls in turn, and that the callbacks themselves
  * may change while they are being called.
  *
+ * Longer than our other headers: a class template lives whole in its header, and the re-entrancy
+ * rules below take their bookkeeping with them.
+ *
  * Contract:
  * - Every listener has an id from WSignalIdGenerator (never 0). emit() calls the listeners in
  *   ascending id order; ids grow with each addListener(), so this is the order of adding.
