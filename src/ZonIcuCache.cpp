@@ -116,8 +116,6 @@ struct State {
 
 	// Whether ICU finds data of its own for a locale text; see keyLocale().
 	std::unordered_map<std::string, bool> selfContained;
-	std::string lastLocale;
-	bool lastLocaleOwn = false;
 
 	Lru<Generator> generators{ZonIcuCache::kMaxGenerators};
 	Lru<UText> patterns{ZonIcuCache::kMaxPatterns};
@@ -135,7 +133,6 @@ struct State {
 		numberFormats.clear();
 		calendars.clear();
 		selfContained.clear();
-		lastLocale.clear();
 	}
 };
 
@@ -176,9 +173,7 @@ void keyLocale(State& s, std::string& key, const char* locale)
 {
 	appendText(key, locale);
 	bool own = false;
-	if (locale && s.lastLocale == locale) {
-		own = s.lastLocaleOwn;
-	} else if (locale) {
+	if (locale) {
 		auto known = s.selfContained.find(locale);
 		if (known == s.selfContained.end()) {
 			UErrorCode status = U_ZERO_ERROR;
@@ -189,9 +184,6 @@ void keyLocale(State& s, std::string& key, const char* locale)
 			known = s.selfContained.emplace(locale, U_SUCCESS(status) && status != U_USING_DEFAULT_WARNING).first;
 		}
 		own = known->second;
-		// Texts come in runs of one locale: the last answer saves hashing it again.
-		s.lastLocale = locale;
-		s.lastLocaleOwn = own;
 	}
 	if (!own)
 		appendText(key, s.defaultLocale.c_str());
