@@ -50,3 +50,29 @@ function(zon_common_internal)
   target_link_libraries(zon-common-internal PUBLIC ${deps})
   target_include_directories(zon-common-internal PUBLIC ${PROJECT_SOURCE_DIR}/inc ${PROJECT_SOURCE_DIR}/src)
 endfunction()
+
+# The best patterns of the time texts, asked of the ICU the library is built against
+# (tools/bestpatterns): sets <out_var> to the generated source, a source of zon-common.
+#   zon_best_pattern_table(<ICU target> <out_var>)
+function(zon_best_pattern_table icu out_var)
+  set(dir ${PROJECT_SOURCE_DIR}/tools/bestpatterns)
+  set(out ${PROJECT_BINARY_DIR}/generated/ZonBestPatternTable.generated.cpp)
+  if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+    # No ICU of the target to ask: an empty table, which the library never consults.
+    file(WRITE ${out} "#include \"ZonBestPatternTable.h\"\nnamespace zon_best_patterns {\n"
+      "const char kIcuVersion[] = \"\";\nconst char kDataVersion[] = \"\";\nconst char kCldrVersion[] = \"\";\n"
+      "const size_t kSkeletonCount = 0;\nconst char kSkeletons[] = {0};\nconst size_t kLocaleCount = 0;\n"
+      "const char kLocales[] = {0};\nconst uint32_t kLocaleOffsets[] = {0};\nconst char16_t kPatterns[] = {0};\n"
+      "const uint16_t kPatternOffsets[] = {0};\n}\n")
+  else()
+    add_executable(gen_best_patterns ${dir}/gen_best_patterns.cpp)
+    target_link_libraries(gen_best_patterns PRIVATE ${icu})
+    add_custom_command(OUTPUT ${out}
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/generated
+      COMMAND ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:gen_best_patterns> ${dir}/skeletons.txt ${out}
+      DEPENDS gen_best_patterns ${dir}/skeletons.txt
+      COMMENT "Asking ICU for the best patterns of tools/bestpatterns/skeletons.txt"
+      VERBATIM)
+  endif()
+  set(${out_var} ${out} PARENT_SCOPE)
+endfunction()

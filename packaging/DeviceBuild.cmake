@@ -23,7 +23,8 @@ pkg_check_modules(ZON_DEVICE_UI REQUIRED IMPORTED_TARGET ${ZON_DEVICE_UI_MODULES
 add_compile_options(-Wall -Wextra)
 
 include(${PROJECT_SOURCE_DIR}/cmake/ZonCommonLibraries.cmake)
-zon_common_libraries(${CMAKE_CURRENT_LIST_DIR}/device/zon_platform.c)
+zon_best_pattern_table(PkgConfig::ZON_DEVICE ZON_BEST_PATTERN_TABLE)
+zon_common_libraries(${CMAKE_CURRENT_LIST_DIR}/device/zon_platform.c ${ZON_BEST_PATTERN_TABLE})
 target_link_libraries(zon-common PUBLIC PkgConfig::ZON_DEVICE PRIVATE ${CMAKE_DL_LIBS})
 # zon-common defines the JSON-GLib functions it calls and opens the library on first use
 # (src/ZonJsonGlib.h): the module list still brings -ljson-glib-1.0, which must not become a

@@ -1,5 +1,7 @@
 #include "ZonIcuCache.h"
 
+#include "ZonBestPatternTable.h"
+
 #include <string.h>
 
 #include <list>
@@ -169,7 +171,8 @@ State& current()
 // locale, and the null one that means the default, is keyed with the default locale too, so a
 // new default makes new entries. Every other entry stays valid when the default changes, which
 // _getFormattedDateString() does on each call: the texts before it keep their generator.
-void keyLocale(State& s, std::string& key, const char* locale)
+// Returns whether the locale has data of its own.
+bool keyLocale(State& s, std::string& key, const char* locale)
 {
 	appendText(key, locale);
 	bool own = false;
@@ -187,6 +190,7 @@ void keyLocale(State& s, std::string& key, const char* locale)
 	}
 	if (!own)
 		appendText(key, s.defaultLocale.c_str());
+	return own;
 }
 
 UDateTimePatternGenerator* generatorFor(State& s, const char* locale, UErrorCode* status)
@@ -215,9 +219,15 @@ bool ZonIcuCache::getBestPattern(const char* locale, const char* skeleton, UChar
 
 	std::string& key = s.key;
 	key.clear();
-	keyLocale(s, key, locale);
+	bool own = keyLocale(s, key, locale);
 	appendText(key, skeleton);
 	const UText* best = s.patterns.find(key);
+	// The build-time table answers as a generator would, for a locale that does not depend on the
+	// default one (ZonBestPatternTable.h).
+	if (!best && own) {
+		if (const char16_t* built = zon_best_patterns::find(locale, skeleton))
+			best = s.patterns.insert(key, UText(built));
+	}
 	if (!best) {
 		UDateTimePatternGenerator* generator = generatorFor(s, locale, status);
 		if (!generator)
