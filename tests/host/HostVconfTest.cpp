@@ -1,10 +1,35 @@
 #include <fstream>
 
+#include <system_settings.h>
+#include <unicode/udatpg.h>
+#include <unicode/uloc.h>
 #include <vconf.h>
 
 #include "HostFixture.h"
 
 namespace {
+
+bool generatorPrefers24Hour(const char* locale)
+{
+	UErrorCode status = U_ZERO_ERROR;
+	UDateTimePatternGenerator* generator = udatpg_open(locale, &status);
+	UChar pattern[64];
+	const UChar skeleton[] = {'j', 0};
+	int32_t length = udatpg_getBestPattern(generator, skeleton, 1, pattern, 64, &status);
+	udatpg_close(generator);
+	for (int32_t i = 0; U_SUCCESS(status) && i < length; ++i) {
+		if (pattern[i] == 'H' || pattern[i] == 'k')
+			return true;
+	}
+	return false;
+}
+
+bool shows24Hour()
+{
+	bool on = false;
+	EXPECT_EQ(SYSTEM_SETTINGS_ERROR_NONE, system_settings_get_value_bool(SYSTEM_SETTINGS_KEY_LOCALE_TIMEFORMAT_24HOUR, &on));
+	return on;
+}
 
 class HostVconf : public HostFixture {};
 
@@ -75,6 +100,37 @@ TEST_F(HostVconf, TypedValuesPersistChangesAreNotifiedAndReadsSeeChangesBehindTh
 	EXPECT_EQ(VCONF_ERROR, vconf_set_str(key, "eeee")) << "a file we cannot read is not overwritten";
 	std::ofstream(file, std::ios::trunc) << "[string]\n" << key << "=ffff\n";
 	EXPECT_EQ("ffff", text());
+}
+
+// Until the clock is set, it is the region format's: the hour ICU's pattern generator prefers for
+// it, for every locale ICU has and some a device may hold. Set, it stays whatever the region.
+TEST_F(HostVconf, TheClockFollowsTheRegionUntilSet)
+{
+#ifdef __SANITIZE_ADDRESS__
+	const int32_t stride = 16;   // a generator per locale is slow under the sanitizers
+#else
+	const int32_t stride = 1;
+#endif
+	std::vector<std::string> locales{"C", "en", "de", "und_DE", "zh_Hant_TW", "sr_Latn", "xx_YY", "en_001"};
+	for (int32_t i = 0; i < uloc_countAvailable(); i += stride)
+		locales.push_back(uloc_getAvailable(i));
+	for (const std::string& locale : locales) {
+		ASSERT_EQ(VCONF_OK, vconf_set_str(VCONFKEY_REGIONFORMAT, (locale + ".UTF-8").c_str()));
+		EXPECT_EQ(generatorPrefers24Hour(locale.c_str()), shows24Hour()) << "'" << locale << "'";
+	}
+
+	// The desktop's region while the device has none.
+	ASSERT_EQ(0, zon_host_vconf_unset(VCONFKEY_REGIONFORMAT));
+	setEnv("LC_ALL", "de_DE.UTF-8");
+	EXPECT_TRUE(shows24Hour());
+	setEnv("LC_ALL", "en_US.UTF-8");
+	EXPECT_FALSE(shows24Hour());
+
+	ASSERT_EQ(SYSTEM_SETTINGS_ERROR_NONE, system_settings_set_value_bool(SYSTEM_SETTINGS_KEY_LOCALE_TIMEFORMAT_24HOUR, true));
+	ASSERT_EQ(VCONF_OK, vconf_set_str(VCONFKEY_REGIONFORMAT, "en_US.UTF-8"));
+	EXPECT_TRUE(shows24Hour());
+	ASSERT_EQ(0, zon_host_vconf_unset(VCONFKEY_REGIONFORMAT_TIME1224));
+	EXPECT_FALSE(shows24Hour());
 }
 
 } // namespace

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <glib.h>
-#include <unicode/ures.h>
 #include <unicode/uloc.h>
 #include <unicode/ulocdata.h>
 
@@ -134,41 +133,6 @@ bool hasCatalogues(const std::string& locale)
 	return true;
 }
 
-// The hour a region prefers, from the data ICU's pattern generator reads for the "j" skeleton
-// (supplemental timeData: "lang_COUNTRY", then "COUNTRY", then the world, "001"). Building a
-// generator to ask it costs more than the rest of the clock view, so the table is read directly;
-// the zonclock tests check the answer against the generator's.
-bool regionUses24Hour(const std::string& region)
-{
-	UErrorCode status = U_ZERO_ERROR;
-	char full[ULOC_FULLNAME_CAPACITY] = "";
-	uloc_addLikelySubtags(region.c_str(), full, sizeof full, &status);
-	char language[ULOC_LANG_CAPACITY] = "";
-	char country[ULOC_COUNTRY_CAPACITY] = "";
-	uloc_getLanguage(U_SUCCESS(status) ? full : region.c_str(), language, sizeof language, &status);
-	uloc_getCountry(U_SUCCESS(status) ? full : region.c_str(), country, sizeof country, &status);
-	if (U_FAILURE(status))
-		return false;
-	UResourceBundle* data = ures_openDirect(nullptr, "supplementalData", &status);
-	UResourceBundle* timeData = ures_getByKey(data, "timeData", nullptr, &status);
-	UChar preferred = 'H';   // the generator's choice when no row answers
-	const std::string keys[] = {std::string(language) + "_" + country, country, "001"};
-	for (const std::string& key : keys) {
-		UErrorCode rowStatus = U_ZERO_ERROR;
-		UResourceBundle* row = ures_getByKey(timeData, key.c_str(), nullptr, &rowStatus);
-		int32_t length = 0;
-		const UChar* text = ures_getStringByKey(row, "preferred", &length, &rowStatus);
-		ures_close(row);
-		if (U_SUCCESS(rowStatus) && length > 0) {
-			preferred = text[0];
-			break;
-		}
-	}
-	ures_close(timeData);
-	ures_close(data);
-	return preferred == 'H' || preferred == 'k';
-}
-
 bool regionUsesFahrenheit(const std::string& region)
 {
 	UErrorCode status = U_ZERO_ERROR;
@@ -223,13 +187,13 @@ void SettingOverrides::apply()
 		saveString(VCONFKEY_LANGSET);
 		vconf_set_str(VCONFKEY_LANGSET, (language + ".UTF-8").c_str());
 	}
-	// The setting lives in this vconf key; a device that never set it would read as 12-hour.
-	int value = 0;
-	bool wasSet = vconf_get_int(VCONFKEY_REGIONFORMAT_TIME1224, &value) == VCONF_OK;
-	if (clock != ClockAsSet || !wasSet) {
-		_saved.push_back({VCONFKEY_REGIONFORMAT_TIME1224, wasSet, true, std::string(), value});
-		bool is24 = clock == ClockAsSet ? regionUses24Hour(deviceRegion()) : clock == Clock24;
-		system_settings_set_value_bool(SYSTEM_SETTINGS_KEY_LOCALE_TIMEFORMAT_24HOUR, is24);
+	// The setting lives in this vconf key; a device that never set it shows its region's clock.
+	if (clock != ClockAsSet) {
+		int value = 0;
+		vconf_get_int(VCONFKEY_REGIONFORMAT_TIME1224, &value);
+		_saved.push_back({VCONFKEY_REGIONFORMAT_TIME1224, isStored(VCONFKEY_REGIONFORMAT_TIME1224), true,
+			std::string(), value});
+		system_settings_set_value_bool(SYSTEM_SETTINGS_KEY_LOCALE_TIMEFORMAT_24HOUR, clock == Clock24);
 	}
 }
 

@@ -36,9 +36,8 @@ void bindMessageCatalogue();
 // own or the library's English catalogue.
 bool hasCatalogues(const std::string& locale);
 
-// Whether the region format's conventions use a 24-hour clock (ICU's preferred hour cycle for
-// the locale: de_DE yes, en_US no) and degrees Fahrenheit (the US measurement system).
-bool regionUses24Hour(const std::string& region);
+// Whether the region format's conventions use degrees Fahrenheit (the US measurement system).
+// (Its clock needs no help: the device's 12/24-hour setting follows the region until set.)
 bool regionUsesFahrenheit(const std::string& region);
 // The device's region format now, without ".UTF-8": its own, else the desktop's LC_TIME/LANG.
 std::string deviceRegion();

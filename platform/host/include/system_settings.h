@@ -9,7 +9,8 @@
  * bool). It lives where the device keeps it, in vconf as VCONFKEY_REGIONFORMAT_TIME1224
  * (VCONFKEY_TIME_FORMAT_12 or VCONFKEY_TIME_FORMAT_24), so it persists in the device root's
  * vconf.ini and vconf change callbacks on that key see it change. A device where it was never
- * set answers false (12-hour). Every other key answers SYSTEM_SETTINGS_ERROR_NOT_SUPPORTED.
+ * set shows its region format's clock (ICU's preferred hour for the region), as a device set up
+ * in that region does. Every other key answers SYSTEM_SETTINGS_ERROR_NOT_SUPPORTED.
  *
  * Threading: like vconf, from the thread of GLib's default main context.
  *

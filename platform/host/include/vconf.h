@@ -15,12 +15,14 @@
  *   during the call. vconf_ignore_key_changed() removes a callback and the deliveries to it
  *   not yet made.
  *
- * On the host the store is the GLib key file vconf.ini under the device root, read on every
- * get. A few keys that an unconfigured device has anyway answer the desktop's values until
+ * On the host the store is the GLib key file vconf.ini under the device root, read again
+ * whenever it changed (another process's writes included). A few keys that an unconfigured device has anyway answer the desktop's values until
  * they are set: VCONFKEY_REGIONFORMAT (from LC_ALL, LC_TIME, LANG), VCONFKEY_LANGSET (from
  * LC_ALL, LC_MESSAGES, LANG) - the first non-empty variable, made "<lang>_<TERRITORY>.UTF-8",
  * with "C"/"POSIX"/none giving "en_US.UTF-8" - and VCONFKEY_SETAPPL_TIMEZONE_ID (the device's
  * /opt/etc/localtime link, which a new device root points at the desktop's zone).
+ * VCONFKEY_REGIONFORMAT_TIME1224 answers the clock of the region format in effect (ICU's
+ * preferred hour for it) until it is set, as a device set up in that region holds.
  */
 #ifndef __VCONF_H__
 #define __VCONF_H__

@@ -61,11 +61,6 @@ ZON_HOST_API int system_settings_get_value_bool(system_settings_key_e key, bool 
 
 	int format = VCONFKEY_TIME_FORMAT_UNKNOWN;
 	if (vconf_get_int(VCONFKEY_REGIONFORMAT_TIME1224, &format) != VCONF_OK) {
-		// A device that was never set up shows the 12-hour clock.
-		if (vconf_get_ext_errno() == VCONF_ERROR_FILE_NO_ENT) {
-			*value = false;
-			return SYSTEM_SETTINGS_ERROR_NONE;
-		}
 		zonhost::platformLog(DLOG_ERROR, kTag, "vconf_get_int(%s) failed", VCONFKEY_REGIONFORMAT_TIME1224);
 		return SYSTEM_SETTINGS_ERROR_IO_ERROR;
 	}

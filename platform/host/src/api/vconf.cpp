@@ -9,6 +9,9 @@
 #include <map>
 #include <memory>
 
+#include <unicode/ures.h>
+#include <unicode/uloc.h>
+
 #include "dlog.h"
 #include "vconf.h"
 
@@ -65,7 +68,8 @@ KeyStore *loadStore()
 	static const std::string header =
 			" Settings of the simulated device (vconf); one group per value type.\n"
 			" Keys missing here are unset, except the region format, the language and the\n"
-			" time zone, which follow the desktop until they are set.";
+			" time zone, which follow the desktop until they are set, and the 12/24-hour\n"
+			" clock, which follows the region format until it is set.";
 	return g_store.load(path, header, false, true);
 }
 
@@ -98,9 +102,65 @@ std::string deviceTimeZone()
 	return desktopTimeZone();
 }
 
-bool defaultValue(const char *key, Value *out)
+// Whether a region ("de_DE.UTF-8") shows the 24-hour clock: the hour ICU's pattern generator
+// gives the "j" skeleton, read from the data it reads (supplemental timeData: "lang_COUNTRY",
+// then "COUNTRY", then the world, "001") rather than by building a generator, which costs more
+// than a whole clock view besides. The host tests compare it with a generator for every locale.
+bool computeRegionPrefers24Hour(const std::string &region)
 {
-	if (strcmp(key, VCONFKEY_REGIONFORMAT) == 0)
+	std::string name = region.substr(0, region.find('.'));
+	UErrorCode status = U_ZERO_ERROR;
+	char full[ULOC_FULLNAME_CAPACITY] = "";
+	uloc_addLikelySubtags(name.c_str(), full, sizeof full, &status);
+	char language[ULOC_LANG_CAPACITY] = "";
+	char country[ULOC_COUNTRY_CAPACITY] = "";
+	uloc_getLanguage(U_SUCCESS(status) ? full : name.c_str(), language, sizeof language, &status);
+	uloc_getCountry(U_SUCCESS(status) ? full : name.c_str(), country, sizeof country, &status);
+	if (U_FAILURE(status))
+		return false;
+	UResourceBundle *data = ures_openDirect(nullptr, "supplementalData", &status);
+	UResourceBundle *timeData = ures_getByKey(data, "timeData", nullptr, &status);
+	UChar preferred = 'H';   // the generator's choice when no row answers
+	const std::string keys[] = {std::string(language) + "_" + country, country, "001"};
+	for (const std::string &row : keys) {
+		UErrorCode rowStatus = U_ZERO_ERROR;
+		UResourceBundle *entry = ures_getByKey(timeData, row.c_str(), nullptr, &rowStatus);
+		int32_t length = 0;
+		const UChar *text = ures_getStringByKey(entry, "preferred", &length, &rowStatus);
+		ures_close(entry);
+		if (U_SUCCESS(rowStatus) && length > 0) {
+			preferred = text[0];
+			break;
+		}
+	}
+	ures_close(timeData);
+	ures_close(data);
+	return preferred == 'H' || preferred == 'k';
+}
+
+// Every text of the library reads the clock format: the answer for the last region is kept.
+bool regionPrefers24Hour(const std::string &region)
+{
+	static std::string lastRegion;
+	static bool lastAnswer = false;
+	static bool known = false;
+	if (!known || region != lastRegion) {
+		lastAnswer = computeRegionPrefers24Hour(region);
+		lastRegion = region;
+		known = true;
+	}
+	return lastAnswer;
+}
+
+bool defaultValue(KeyStore &store, const char *key, Value *out)
+{
+	if (strcmp(key, VCONFKEY_REGIONFORMAT_TIME1224) == 0) {
+		// A device is set up with its region's clock; the host's follows the region until set.
+		Value region;
+		if (store.lookup(VCONFKEY_REGIONFORMAT, &region) != KeyStore::Lookup::Found || region.type != Type::String)
+			defaultValue(store, VCONFKEY_REGIONFORMAT, &region);
+		*out = Value::ofInt(regionPrefers24Hour(region.s) ? VCONFKEY_TIME_FORMAT_24 : VCONFKEY_TIME_FORMAT_12);
+	} else if (strcmp(key, VCONFKEY_REGIONFORMAT) == 0)
 		*out = Value::ofString(desktopLocale({"LC_ALL", "LC_TIME", "LANG"}).c_str());
 	else if (strcmp(key, VCONFKEY_LANGSET) == 0)
 		*out = Value::ofString(desktopLocale({"LC_ALL", "LC_MESSAGES", "LANG"}).c_str());
@@ -123,7 +183,7 @@ int effectiveValue(KeyStore &store, const char *key, Value *out)
 	case KeyStore::Lookup::Absent:
 		break;
 	}
-	return defaultValue(key, out) ? VCONF_OK : VCONF_ERROR_FILE_NO_ENT;
+	return defaultValue(store, key, out) ? VCONF_OK : VCONF_ERROR_FILE_NO_ENT;
 }
 
 struct Node {
