@@ -5,7 +5,7 @@
 #
 #   tests/zonclock/db-safety-checks.sh [--quick] [ZONCLOCK]
 #
-# ZONCLOCK defaults to build/tools/zonclock/zonclock. --quick runs each check on a smaller
+# ZONCLOCK defaults to build/bin/zonclock. --quick runs each check on a smaller
 # scale (what ctest runs); the full run is the one whose figures the README reports. Needs the
 # sqlite3 shell; the full-disk check needs root (it mounts a small tmpfs) and is skipped
 # otherwise, the permission check runs the program as "nobody" and needs root too.
@@ -14,7 +14,7 @@ set -u
 quick=0
 if [ "${1:-}" = "--quick" ]; then quick=1; shift; fi
 here=$(cd "$(dirname "$0")/../.." && pwd)
-zonclock=$(realpath "${1:-$here/build/tools/zonclock/zonclock}")
+zonclock=$(realpath "${1:-$here/build/bin/zonclock}")
 [ -x "$zonclock" ] || { echo "no zonclock at $zonclock" >&2; exit 2; }
 command -v sqlite3 >/dev/null || { echo "the sqlite3 shell is needed" >&2; exit 2; }
 
