@@ -71,6 +71,13 @@ void BM_EmptyProgramFloor(benchmark::State& state)
 }
 BENCHMARK(BM_EmptyProgramFloor)->UseManualTime()->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly();
 
+// The floor as first measured: its linker left out ICU's i18n library, which it did not call.
+void BM_EmptyProgramWithoutI18n(benchmark::State& state)
+{
+	runProcess(state, {EMPTY_PROGRAM_WITHOUT_I18N_PATH});
+}
+BENCHMARK(BM_EmptyProgramWithoutI18n)->UseManualTime()->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly();
+
 }
 
 int main(int argc, char** argv)
