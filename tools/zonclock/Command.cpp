@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstring>
+#include <set>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -263,9 +264,16 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 
 	std::vector<std::vector<Given>> ownOptions(commands.all().size());
 	std::vector<std::vector<std::string>> operands(commands.all().size());
+	// A command can only be parsed when its name is one of the words: the others are left out of
+	// CLI11's tables (null here), whose making was most of the parsing of a short run.
+	const std::set<std::string> words(argv + std::min(argc, 1), argv + argc);
 	std::vector<CLI::App*> subcommands;
 	for (size_t i = 0; i < commands.all().size(); ++i) {
 		const Command& command = commands.all()[i];
+		if (words.count(command.name) == 0) {
+			subcommands.push_back(nullptr);
+			continue;
+		}
 		CLI::App* sub = app.add_subcommand(command.name);
 		sub->set_help_flag();
 		sub->allow_extras();
@@ -291,7 +299,7 @@ int parseCommandLine(int argc, char** argv, const CommandSet& commands, GlobalOp
 
 	size_t chosen = subcommands.size();
 	for (size_t i = 0; i < subcommands.size(); ++i) {
-		if (subcommands[i]->parsed())
+		if (subcommands[i] && subcommands[i]->parsed())
 			chosen = i;
 	}
 	for (const std::string& extra : app.remaining()) {
