@@ -95,10 +95,15 @@ std::string availableLocale(const std::string& text)
 
 void bindMessageCatalogue()
 {
-	const char* locale = setlocale(LC_ALL, "");
-	const char* messages = setlocale(LC_MESSAGES, nullptr);
-	if (!locale || !messages || strcmp(messages, "C") == 0 || strcmp(messages, "POSIX") == 0)
-		setlocale(LC_ALL, "C.UTF-8");
+	// The terminal's character set and the messages come from the environment; numbers and dates
+	// stay the C library's own, so that JSON and TSV, and the library's strtod() of GMT texts, read
+	// the same in every locale (and the other categories' files are never loaded).
+	const char* ctype = setlocale(LC_CTYPE, "");
+	const char* messages = setlocale(LC_MESSAGES, "");
+	if (!ctype || !messages || strcmp(messages, "C") == 0 || strcmp(messages, "POSIX") == 0) {
+		setlocale(LC_CTYPE, "C.UTF-8");
+		setlocale(LC_MESSAGES, "C.UTF-8");
+	}
 
 	std::vector<std::string> dirs = catalogueDirectories();
 	std::string chosen = dirs.front();

@@ -25,7 +25,8 @@ namespace zonclock {
 // "ko_KR", "ko-KR" or "ko_KR.UTF-8" -> "ko_KR", when ICU has data for that locale; "" when not.
 std::string availableLocale(const std::string& text);
 
-// setlocale() from the environment (C.UTF-8 when its locale is not installed or is plain C, where
+// The character set and messages categories from the environment, the others left "C" (C.UTF-8
+// for both when the environment's locale is not installed or is plain C, where
 // gettext would ignore LANGUAGE and could not print the translations), and the "zonvista" and
 // "zonclock" domains bound to the build tree's catalogues when zonclock runs from there, else the
 // installed ones: beside the program's own prefix first, then the configured install prefix.
