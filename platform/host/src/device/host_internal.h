@@ -57,6 +57,7 @@
 
 namespace zonhost {
 
+// Both keep the names themselves, not copies: literals and __func__ only.
 bool declareFaultPoints(std::initializer_list<const char *> names);
 // Logs an error when `function` was not declared a fault point; answers true.
 bool faultPointReached(const char *function);
