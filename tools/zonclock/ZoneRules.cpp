@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <map>
 #include <memory>
 
 #include <unicode/basictz.h>
@@ -13,9 +14,16 @@ namespace zonclock {
 
 namespace {
 
-std::unique_ptr<icu::TimeZone> rulesOf(const std::string& zone)
+// The rules of a zone, made once per process: a clock view asks each city's half a dozen times,
+// and making them cost more than the answers. At most the catalogue's zones and the few named on
+// the command line are ever made.
+const icu::TimeZone& rulesOf(const std::string& zone)
 {
-	return std::unique_ptr<icu::TimeZone>(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
+	static std::map<std::string, std::unique_ptr<icu::TimeZone>> made;
+	std::unique_ptr<icu::TimeZone>& rules = made[zone];
+	if (!rules)
+		rules.reset(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
+	return *rules;
 }
 
 void offsets(const icu::TimeZone& rules, int64_t at, int& raw, int& dst)
@@ -32,7 +40,7 @@ void offsets(const icu::TimeZone& rules, int64_t at, int& raw, int& dst)
 int zoneOffset(const std::string& zone, int64_t at)
 {
 	int raw, dst;
-	offsets(*rulesOf(zone), at, raw, dst);
+	offsets(rulesOf(zone), at, raw, dst);
 	return raw + dst;
 }
 
@@ -40,13 +48,13 @@ int standardOffset(const std::string& zone, int64_t at)
 {
 	// Zones whose rules keep a negative saving (Dublin's winter, Casablanca's Ramadan) call the
 	// summer offset standard; the offset without any saving is the lesser of the two seasons.
-	std::unique_ptr<icu::TimeZone> rules = rulesOf(zone);
+	const icu::TimeZone& rules = rulesOf(zone);
 	int raw, dst;
-	offsets(*rules, at, raw, dst);
+	offsets(rules, at, raw, dst);
 	int standard = raw + std::min(dst, 0);
 	OffsetChange change;
 	if (nextOffsetChange(zone, at, at + 366 * 86400, change)) {
-		offsets(*rules, change.at, raw, dst);
+		offsets(rules, change.at, raw, dst);
 		standard = std::min(standard, raw + std::min(dst, 0));
 	}
 	return standard;
@@ -54,8 +62,7 @@ int standardOffset(const std::string& zone, int64_t at)
 
 bool nextOffsetChange(const std::string& zone, int64_t from, int64_t until, OffsetChange& change)
 {
-	std::unique_ptr<icu::TimeZone> rules = rulesOf(zone);
-	auto* basic = dynamic_cast<icu::BasicTimeZone*>(rules.get());
+	auto* basic = dynamic_cast<const icu::BasicTimeZone*>(&rulesOf(zone));
 	if (!basic)
 		return false;
 	UDate base = static_cast<UDate>(from) * 1000.0;
@@ -82,17 +89,17 @@ LocalTime fromLocalTime(const std::string& zone, int64_t wallSeconds)
 	// A day either side covers any single change; the offsets in force there are the only
 	// candidates for the wall time.
 	const int64_t kDay = 86400;
-	std::unique_ptr<icu::TimeZone> rules = rulesOf(zone);
+	const icu::TimeZone& rules = rulesOf(zone);
 	int raw, dst;
-	offsets(*rules, wallSeconds - kDay, raw, dst);
+	offsets(rules, wallSeconds - kDay, raw, dst);
 	int earlier = raw + dst;
-	offsets(*rules, wallSeconds + kDay, raw, dst);
+	offsets(rules, wallSeconds + kDay, raw, dst);
 	int later = raw + dst;
 
 	std::vector<int64_t> valid;
 	for (int offset : {earlier, later}) {
 		int64_t at = wallSeconds - offset;
-		offsets(*rules, at, raw, dst);
+		offsets(rules, at, raw, dst);
 		if (raw + dst == offset && (valid.empty() || valid.front() != at))
 			valid.push_back(at);
 	}
