@@ -12,6 +12,7 @@
 
 #include <unicode/datefmt.h>
 #include <unicode/timezone.h>
+#include <unicode/tzfmt.h>
 #include <unicode/udatpg.h>
 #include <unicode/uloc.h>
 #include <unicode/ures.h>
@@ -76,6 +77,7 @@ typedef std::unique_ptr<UDateFormat, Closer<UDateFormat, udat_close>> DateFormat
 typedef std::unique_ptr<UNumberFormat, Closer<UNumberFormat, unum_close>> NumberFormat;
 typedef std::unique_ptr<UCalendar, Closer<UCalendar, ucal_close>> Calendar;
 typedef std::unique_ptr<icu::TimeZone> Zone;
+typedef std::unique_ptr<icu::TimeZoneFormat> ZoneFormat;
 
 // Keys are the arguments' bytes, each behind its length, so that no two argument lists share one.
 void appendField(std::string& key, const void* data, size_t bytes)
@@ -125,6 +127,7 @@ struct State {
 	Lru<Zone> zones{ZonIcuCache::kMaxZones};
 	Lru<NumberFormat> numberFormats{ZonIcuCache::kMaxNumberFormats};
 	Lru<Calendar> calendars{ZonIcuCache::kMaxCalendars};
+	Lru<ZoneFormat> zoneFormats{ZonIcuCache::kMaxZoneFormats};
 
 	void clear()
 	{
@@ -134,6 +137,7 @@ struct State {
 		zones.clear();
 		numberFormats.clear();
 		calendars.clear();
+		zoneFormats.clear();
 		selfContained.clear();
 	}
 };
@@ -251,6 +255,24 @@ bool ZonIcuCache::getBestPattern(const char* locale, const char* skeleton, UChar
 	return true;
 }
 
+namespace {
+
+// The zone of `zone` (terminated), keyed by `zoneKey`; null, with *status set, when it cannot be
+// made.
+const icu::TimeZone* zoneFor(State& s, const std::string& zoneKey, const UChar* zone, UErrorCode* status)
+{
+	if (Zone* kept = s.zones.find(zoneKey))
+		return kept->get();
+	Zone made(icu::TimeZone::createTimeZone(icu::UnicodeString(true, zone, -1)));
+	if (!made) {
+		*status = U_MEMORY_ALLOCATION_ERROR;
+		return nullptr;
+	}
+	return s.zones.insert(zoneKey, std::move(made))->get();
+}
+
+}
+
 // udat_open() makes the formatter for the locale and the pattern, then gives it the zone made
 // from the id; a formatter of the same locale and pattern given another zone is the same object.
 // So one formatter serves every zone, and the zones (small) are kept apart.
@@ -275,18 +297,42 @@ UDateFormat* ZonIcuCache::getDateFormat(const char* locale, const UChar* pattern
 	appendText(zoneKey, zone, u_strlen(zone));
 	if (kept->zoneKey == zoneKey)
 		return kept->format.get();
-	Zone* keptZone = s.zones.find(zoneKey);
-	if (!keptZone) {
-		Zone made(icu::TimeZone::createTimeZone(icu::UnicodeString(true, zone, -1)));
-		if (!made) {
-			*status = U_MEMORY_ALLOCATION_ERROR;
-			return nullptr;
-		}
-		keptZone = s.zones.insert(zoneKey, std::move(made));
-	}
-	reinterpret_cast<icu::DateFormat*>(kept->format.get())->setTimeZone(**keptZone);
+	const icu::TimeZone* keptZone = zoneFor(s, zoneKey, zone, status);
+	if (!keptZone)
+		return nullptr;
+	reinterpret_cast<icu::DateFormat*>(kept->format.get())->setTimeZone(*keptZone);
 	kept->zoneKey = zoneKey;
 	return kept->format.get();
+}
+
+int32_t ZonIcuCache::formatShortGmt(const char* locale, const UChar* zone, UDate when, UChar* out, int32_t capacity,
+	UErrorCode* status)
+{
+	State& s = current();
+	*status = U_ZERO_ERROR;
+	std::string& key = s.key;
+	key.clear();
+	keyLocale(s, key, locale);
+	ZoneFormat* kept = s.zoneFormats.find(key);
+	if (!kept) {
+		// udat_open() reads a null locale as the default one.
+		ZoneFormat made(icu::TimeZoneFormat::createInstance(locale ? icu::Locale(locale) : icu::Locale(), *status));
+		if (U_FAILURE(*status) || !made) {
+			if (U_SUCCESS(*status))
+				*status = U_MEMORY_ALLOCATION_ERROR;
+			return -1;
+		}
+		kept = s.zoneFormats.insert(key, std::move(made));
+	}
+	std::string& zoneKey = s.zoneKey;
+	zoneKey.clear();
+	appendText(zoneKey, zone, u_strlen(zone));
+	const icu::TimeZone* rules = zoneFor(s, zoneKey, zone, status);
+	if (!rules)
+		return -1;
+	icu::UnicodeString text;
+	(*kept)->format(UTZFMT_STYLE_LOCALIZED_GMT_SHORT, *rules, when, text, nullptr);
+	return text.extract(out, capacity, *status);
 }
 
 UNumberFormat* ZonIcuCache::getDecimalFormat(const char* locale, UErrorCode* status)
@@ -333,5 +379,5 @@ ZonIcuCache::Counts ZonIcuCache::counts()
 {
 	State& s = state();
 	return Counts{s.generators.size(), s.patterns.size(), s.dateFormats.size(), s.zones.size(),
-		s.numberFormats.size(), s.calendars.size()};
+		s.numberFormats.size(), s.calendars.size(), s.zoneFormats.size()};
 }

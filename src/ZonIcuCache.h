@@ -26,7 +26,8 @@
  * Bounds (a watch has little memory): least recently used entries are dropped beyond
  * kMaxGenerators pattern generators, kMaxPatterns best patterns, kMaxDateFormats date formatters
  * (tens of kilobytes each, so one per locale and pattern, not per zone), kMaxZones time zones
- * (a few hundred bytes each), kMaxNumberFormats number formatters and kMaxCalendars calendars.
+ * (a few hundred bytes each), kMaxNumberFormats number formatters, kMaxCalendars calendars and
+ * kMaxZoneFormats zone formats.
  * Generators are only needed for a skeleton not yet seen, so few are kept. Peak heap of 1000
  * four-city refreshes moving through seven locales, measured with heaptrack: see README.md.
  *
@@ -52,6 +53,7 @@ public:
 	static constexpr size_t kMaxDateFormats = 6;
 	static constexpr size_t kMaxZones = 64;
 	static constexpr size_t kMaxNumberFormats = 2;
+	static constexpr size_t kMaxZoneFormats = 2;
 	static constexpr size_t kMaxCalendars = 8;
 
 	// The best pattern of `skeleton` (UTF-8) for `locale`, written as udatpg_getBestPattern()
@@ -65,6 +67,15 @@ public:
 	// formatter of (locale, pattern), given `zone` for this use. `zone` and `pattern` are
 	// terminated and not null. Null, with *status the failure, when ICU cannot make it.
 	static UDateFormat* getDateFormat(const char* locale, const UChar* pattern, const UChar* zone, UErrorCode* status);
+
+	// What a formatter of the pattern "O" alone (getDateFormat(locale, u"O", zone)) writes for
+	// `when` into a buffer of `capacity` units: its length (more than `capacity` when it does not
+	// fit, as udat_format() reports), the text in `out`. ICU writes that field with its zone
+	// format's short localized GMT style; the zone format is made, and kept, without the rest of
+	// a date formatter (calendar, symbols, number formats: most of a first GMT text's cost).
+	// -1, with *status the failure, when ICU cannot make it.
+	static int32_t formatShortGmt(const char* locale, const UChar* zone, UDate when, UChar* out, int32_t capacity,
+		UErrorCode* status);
 
 	// unum_open(UNUM_DECIMAL, nullptr, -1, locale, nullptr, status), shared.
 	static UNumberFormat* getDecimalFormat(const char* locale, UErrorCode* status);
@@ -83,6 +94,7 @@ public:
 		size_t zones;
 		size_t numberFormats;
 		size_t calendars;
+		size_t zoneFormats;
 	};
 	static Counts counts();
 };

@@ -5,6 +5,8 @@
 #include "ZonCityPoints.h"
 #include "ZonIcuCache.h"
 
+#include <unicode/ustring.h>
+
 namespace {
 
 const std::vector<const char*> kLocales = {"en_US", "ko_KR", "ar_AE", "fa_IR", "de_DE", "zh_CN", "ja_JP", "hi_IN"};
@@ -241,4 +243,33 @@ TEST_F(TimeTextCache, OneRefreshLogsAsTheLiteralPipelineUnknownLocalesFollowTheD
 	uloc_setDefault("ko_KR", &status);
 	EXPECT_EQ(LiteralTimeUtil::getCurrentTime("Asia/Seoul"), ZonTimeUtil::getCurrentTime("Asia/Seoul"));
 	EXPECT_EQ(2u, ZonIcuCache::counts().patterns);
+}
+
+// The GMT texts skip the date formatter: what they write instead must be the formatter's text, in
+// every locale ICU has, for zones east and west with half and quarter hours, in both seasons.
+TEST_F(TimeTextCache, ShortGmtIsTheFormattersTextInEveryLocale)
+{
+	const UChar kPattern[] = {'O', 0};
+	long differences = 0;
+	for (int32_t i = 0; i < uloc_countAvailable(); ++i) {
+		const char* locale = uloc_getAvailable(i);
+		for (const char* zoneId : {"America/St_Johns", "Asia/Kathmandu", "Etc/UTC", "Pacific/Chatham", "Europe/Dublin"}) {
+			UChar zone[64] = {0};
+			u_uastrcpy(zone, zoneId);
+			for (UDate when : {kNorthernSummer * 1000.0, kNorthernWinter * 1000.0}) {
+				UErrorCode status = U_ZERO_ERROR;
+				UDateFormat* format = udat_open(UDAT_PATTERN, UDAT_PATTERN, locale, zone, -1, kPattern, -1, &status);
+				UChar expected[64] = {0};
+				int32_t expectedLength = udat_format(format, when, expected, 64, nullptr, &status);
+				udat_close(format);
+				ASSERT_TRUE(U_SUCCESS(status)) << locale;
+				UChar kept[64] = {0};
+				int32_t length = ZonIcuCache::formatShortGmt(locale, zone, when, kept, 64, &status);
+				if ((length != expectedLength || u_strcmp(kept, expected) != 0) && ++differences <= 20)
+					ADD_FAILURE() << locale << " " << zoneId;
+			}
+		}
+	}
+	EXPECT_EQ(0, differences);
+	EXPECT_LE(ZonIcuCache::counts().zoneFormats, ZonIcuCache::kMaxZoneFormats);
 }
