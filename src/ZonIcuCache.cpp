@@ -197,6 +197,20 @@ bool keyLocale(State& s, std::string& key, const char* locale)
 	return own;
 }
 
+// The zone of `zone` (terminated), keyed by `zoneKey`; null, with *status set, when it cannot be
+// made.
+const icu::TimeZone* zoneFor(State& s, const std::string& zoneKey, const UChar* zone, UErrorCode* status)
+{
+	if (Zone* kept = s.zones.find(zoneKey))
+		return kept->get();
+	Zone made(icu::TimeZone::createTimeZone(icu::UnicodeString(true, zone, -1)));
+	if (!made) {
+		*status = U_MEMORY_ALLOCATION_ERROR;
+		return nullptr;
+	}
+	return s.zones.insert(zoneKey, std::move(made))->get();
+}
+
 UDateTimePatternGenerator* generatorFor(State& s, const char* locale, UErrorCode* status)
 {
 	std::string key;   // s.key holds the pattern's key meanwhile
@@ -253,24 +267,6 @@ bool ZonIcuCache::getBestPattern(const char* locale, const char* skeleton, UChar
 	if (static_cast<int32_t>(best->size()) <= capacity - 1)
 		u_memcpy(pattern, best->data(), static_cast<int32_t>(best->size()));
 	return true;
-}
-
-namespace {
-
-// The zone of `zone` (terminated), keyed by `zoneKey`; null, with *status set, when it cannot be
-// made.
-const icu::TimeZone* zoneFor(State& s, const std::string& zoneKey, const UChar* zone, UErrorCode* status)
-{
-	if (Zone* kept = s.zones.find(zoneKey))
-		return kept->get();
-	Zone made(icu::TimeZone::createTimeZone(icu::UnicodeString(true, zone, -1)));
-	if (!made) {
-		*status = U_MEMORY_ALLOCATION_ERROR;
-		return nullptr;
-	}
-	return s.zones.insert(zoneKey, std::move(made))->get();
-}
-
 }
 
 // udat_open() makes the formatter for the locale and the pattern, then gives it the zone made

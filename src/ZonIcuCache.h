@@ -22,6 +22,9 @@
  *     only kept for an explicit zone id. A formatter for ICU's default zone is not offered.
  *   - Failures are never kept: a call that cannot make an object fails again the next time, with
  *     the same status, so callers log and assert exactly as they would without the cache.
+ *   - A best pattern not kept yet is taken from the table made when the library was built
+ *     (ZonBestPatternTable.h) for a locale with data of its own, while the ICU that made it runs;
+ *     a generator is made only for the rest.
  *
  * Bounds (a watch has little memory): least recently used entries are dropped beyond
  * kMaxGenerators pattern generators, kMaxPatterns best patterns, kMaxDateFormats date formatters
