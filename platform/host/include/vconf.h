@@ -22,7 +22,8 @@
  * with "C"/"POSIX"/none giving "en_US.UTF-8" - and VCONFKEY_SETAPPL_TIMEZONE_ID (the device's
  * /opt/etc/localtime link, which a new device root points at the desktop's zone).
  * VCONFKEY_REGIONFORMAT_TIME1224 answers the clock of the region format in effect (ICU's
- * preferred hour for it) until it is set, as a device set up in that region holds.
+ * preferred hour for it) until it is set, as a device set up in that region holds; a change of
+ * the region format is notified on its own key only.
  */
 #ifndef __VCONF_H__
 #define __VCONF_H__
