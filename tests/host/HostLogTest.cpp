@@ -53,7 +53,11 @@ TEST_F(HostLog, FileLinesFollowTheVariableAndStandardErrorGetsErrorsButNotFirstR
 	dlog_print(DLOG_INFO, "zonvista", "two");
 	setEnv("ZON_HOST_LOG", first.c_str());
 	dlog_print(DLOG_INFO, "zonvista", "three");
-	EXPECT_EQ((std::vector<std::string>{"one", "three"}), readLines(first, true));
+	// A line longer than the formatting buffer, and one that a NUL cuts short, as a C string.
+	const std::string longLine(3000, 'x');
+	EXPECT_EQ(3000, dlog_print(DLOG_INFO, "zonvista", "%s", longLine.c_str()));
+	EXPECT_EQ(4, dlog_print(DLOG_INFO, "zonvista", "four%cgone", 0));
+	EXPECT_EQ((std::vector<std::string>{"one", "three", longLine, "four"}), readLines(first, true));
 	EXPECT_EQ(std::vector<std::string>{"two"}, readLines(second, true));
 
 	ASSERT_EQ(0, unlink(first.c_str()));

@@ -242,11 +242,24 @@ int vprint(int prio, const char *tag, const char *fmt, va_list ap)
 		if (!logFile || !*logFile)
 			return 0;
 	}
-	gchar *message = g_strdup_vprintf(fmt, ap);
-	int length = (int)strlen(message);
+	// Most lines fit on the stack; a longer one is formatted again into a string of its length.
+	char line[512];
+	va_list again;
+	va_copy(again, ap);
+	int length = vsnprintf(line, sizeof line, fmt, ap);
+	std::string message;
+	if (length >= 0 && (size_t)length < sizeof line) {
+		message.assign(line, (size_t)length);
+	} else if (length >= 0) {
+		message.resize((size_t)length);
+		vsnprintf(&message[0], (size_t)length + 1, fmt, again);
+	}
+	va_end(again);
+	// A line ends at its first NUL ("%c" of zero), as a C string would.
+	message.resize(strlen(message.c_str()));
+	length = (int)message.size();
 	if (prio != DLOG_SILENT)
 		emit(prio, tag ? tag : "", message);
-	g_free(message);
 	return length;
 }
 

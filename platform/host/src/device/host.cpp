@@ -4,13 +4,14 @@
  */
 #include "host_internal.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
-#include <set>
 #include <string_view>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -112,11 +113,34 @@ std::map<std::string, Fault, std::less<>> g_faults;
 
 // Names are the functions' own __func__ texts and the literals of ZON_HOST_FAULT_POINTS, which
 // live as long as the process: views of them, so that declaring two hundred at load time
-// copies none.
-std::set<std::string_view> &faultPoints()
+// copies none. Every program linked with zon-host declares them all while it loads, and most
+// only ever look a few up: they are appended as declared and sorted at the first lookup (a
+// tree built at load time cost a hundred thousand instructions of every start).
+struct FaultPointNames {
+	std::vector<std::string_view> names;
+	bool sorted = true;
+
+	void add(std::string_view name)
+	{
+		names.push_back(name);
+		sorted = false;
+	}
+
+	bool contains(std::string_view name)
+	{
+		if (!sorted) {
+			std::sort(names.begin(), names.end());
+			names.erase(std::unique(names.begin(), names.end()), names.end());
+			sorted = true;
+		}
+		return std::binary_search(names.begin(), names.end(), name);
+	}
+};
+
+FaultPointNames &faultPoints()
 {
-	static std::set<std::string_view> names;
-	return names;
+	static FaultPointNames points;
+	return points;
 }
 
 } // namespace
@@ -138,7 +162,7 @@ std::string zoneFromPath(const std::string &path)
 bool declareFaultPoints(std::initializer_list<const char *> names)
 {
 	for (const char *name : names)
-		faultPoints().insert(name);
+		faultPoints().add(name);
 	return true;
 }
 
@@ -146,9 +170,9 @@ std::size_t g_armedFaults = 0;
 
 bool faultPointReached(const char *function)
 {
-	if (faultPoints().find(function) == faultPoints().end()) {
+	if (!faultPoints().contains(function)) {
 		// Declared now, so the complaint comes once: the point works, only inject() missed it.
-		faultPoints().insert(function);
+		faultPoints().add(function);
 		platformLog(DLOG_ERROR, "ZON_HOST", "fault point %s is not declared with ZON_HOST_FAULT_POINTS", function);
 	}
 	return true;
@@ -323,7 +347,7 @@ ZON_HOST_API int zon_host_unset_feature(const char *key)
 
 ZON_HOST_API int zon_host_fault_inject(const char *function, int nth, int error)
 {
-	if (!function || nth < 0 || faultPoints().find(function) == faultPoints().end())
+	if (!function || nth < 0 || !faultPoints().contains(function))
 		return -1;
 	if (nth == 0)
 		g_faults.erase(function);

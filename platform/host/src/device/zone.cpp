@@ -23,10 +23,10 @@
 #include "host_internal.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <fstream>
 #include <memory>
 
 #include <dlfcn.h>
@@ -94,11 +94,22 @@ auto inDeviceZone(Call call) -> decltype(call())
 	return result;
 }
 
+// Read at every device open; stdio, as a file stream would set up its locale for one line.
 std::string firstLine(const std::string &path)
 {
-	std::ifstream in(path);
 	std::string line;
-	std::getline(in, line);
+	FILE *in = fopen(path.c_str(), "re");
+	if (!in)
+		return line;
+	char part[256];
+	while (fgets(part, sizeof part, in)) {
+		line += part;
+		if (!line.empty() && line.back() == '\n') {
+			line.pop_back();
+			break;
+		}
+	}
+	fclose(in);
 	return line;
 }
 
