@@ -1,6 +1,11 @@
 // zonclock's times against the C library for the whole catalogue, and the device's home zone.
+#include <unicode/basictz.h>
+#include <unicode/tzrule.h>
+#include <unicode/tztrans.h>
+
 #include "ZonCityList.h"
 #include "ZoneClock.h"
+#include "ZoneRules.h"
 #include "ZonclockRun.h"
 
 namespace {
@@ -45,6 +50,55 @@ TEST_F(ZonclockZoneTest, EveryCatalogueCityShowsTheCLibrarysTime)
 		EXPECT_TRUE(rows[i][4] == early.second || rows[i][4] == late.second)
 			<< zone << ": zonclock " << rows[i][4] << ", C library " << early.second;
 	}
+}
+
+// The first transition after `from` that moves the offset, read off the zone's transitions.
+bool changeByTransitions(const char* zone, int64_t from, int64_t until, zonclock::OffsetChange& change)
+{
+	std::unique_ptr<icu::TimeZone> rules(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)));
+	auto* basic = dynamic_cast<icu::BasicTimeZone*>(rules.get());
+	icu::TimeZoneTransition transition;
+	for (UDate base = from * 1000.0; basic && basic->getNextTransition(base, false, transition);
+		 base = transition.getTime()) {
+		int64_t at = static_cast<int64_t>(transition.getTime() / 1000.0);
+		if (at > until)
+			return false;
+		int was = (transition.getFrom()->getRawOffset() + transition.getFrom()->getDSTSavings()) / 1000;
+		int will = (transition.getTo()->getRawOffset() + transition.getTo()->getDSTSavings()) / 1000;
+		if (was != will) {
+			change = {at, was, will};
+			return true;
+		}
+	}
+	return false;
+}
+
+// A week's horizon (the clock view's) and two months' are answered from a few offsets instead of
+// the zone's transitions: the same answers for every catalogue zone, from every week of 2026 to
+// 2028 and every month.
+TEST(ZonclockZoneRules, ShortHorizonsGiveTheTransitionsAnswerForEveryZone)
+{
+	const int64_t kDay = 86400, kStart = 1767225600;   // 2026-01-01T00:00:00Z
+	int changes = 0;
+	for (const Cityinfo& city : allCityList) {
+		for (int64_t from = kStart + 3600 * (city.id % 24); from < kStart + 3 * 365 * kDay; from += 7 * kDay) {
+			for (int64_t horizon : {7 * kDay, 62 * kDay}) {
+				if (horizon > 7 * kDay && (from - kStart) % (28 * kDay))
+					continue;
+				zonclock::OffsetChange expected{}, found{};
+				bool expectedChange = changeByTransitions(city.timezone_path, from, from + horizon, expected);
+				ASSERT_EQ(expectedChange, zonclock::nextOffsetChange(city.timezone_path, from, from + horizon, found))
+					<< city.timezone_path << " from " << from << " for " << horizon / kDay << " days";
+				if (expectedChange) {
+					++changes;
+					ASSERT_EQ(expected.at, found.at) << city.timezone_path;
+					ASSERT_EQ(expected.before, found.before) << city.timezone_path;
+					ASSERT_EQ(expected.after, found.after) << city.timezone_path;
+				}
+			}
+		}
+	}
+	EXPECT_GT(changes, 500) << "the windows looked at must hold clock changes for the comparison to mean anything";
 }
 
 TEST_F(ZonclockZoneTest, HomeZoneIsSetByCityOrZoneIdTzDoesNotMoveItAndWithoutACityTheMapSaysSo)

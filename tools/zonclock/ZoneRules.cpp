@@ -60,9 +60,39 @@ int standardOffset(const std::string& zone, int64_t at)
 	return standard;
 }
 
+namespace {
+
+// Beyond this, the days are not worth probing one by one.
+const int64_t kProbedHorizon = 62 * 86400;
+
+// Whether the offset is the same at `from` and at every day after it up to `until`. Listing a
+// zone's transitions makes ICU build rules for the zone's whole history first, the largest part of
+// a clock view's answer that no clock changes this week; offsets at a few instants need none of
+// that. No zone's rules change the offset and change it back within one day, so a day that keeps
+// the offset had no change in it.
+bool sameOffsetThroughout(const icu::TimeZone& rules, int64_t from, int64_t until)
+{
+	const int64_t kDay = 86400;
+	int raw, dst;
+	offsets(rules, from, raw, dst);
+	const int was = raw + dst;
+	for (int64_t day = from; day < until;) {
+		day = std::min(day + kDay, until);
+		offsets(rules, day, raw, dst);
+		if (raw + dst != was)
+			return false;
+	}
+	return true;
+}
+
+} // namespace
+
 bool nextOffsetChange(const std::string& zone, int64_t from, int64_t until, OffsetChange& change)
 {
-	auto* basic = dynamic_cast<const icu::BasicTimeZone*>(&rulesOf(zone));
+	const icu::TimeZone& rules = rulesOf(zone);
+	if (until - from <= kProbedHorizon && sameOffsetThroughout(rules, from, until))
+		return false;
+	auto* basic = dynamic_cast<const icu::BasicTimeZone*>(&rules);
 	if (!basic)
 		return false;
 	UDate base = static_cast<UDate>(from) * 1000.0;
