@@ -210,6 +210,13 @@ void ZonDBManager::initialize()
 			// One fsync per transaction instead of four, and readers that never wait for a
 			// writer. Both fail harmlessly on a file that is not a database; the creation
 			// statement below then logs it.
+			// The log and its index stay beside the database when the last connection closes
+			// (every program that shows a list would otherwise create and delete both files),
+			// the log emptied once checkpointed: nothing of it outlives a close to stand in for
+			// pages of the database file.
+			int keepLog = 1;
+			sqlite3_file_control(_dbHandler, "main", SQLITE_FCNTL_PERSIST_WAL, &keepLog);
+			sqlite3_exec(_dbHandler, "PRAGMA journal_size_limit=0;", nullptr, nullptr, nullptr);
 			sqlite3_exec(_dbHandler, "PRAGMA journal_mode=WAL;", nullptr, nullptr, nullptr);
 			sqlite3_exec(_dbHandler, "PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
 		}

@@ -3,6 +3,7 @@
 // and the preferences the other processes watch.
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -407,8 +408,14 @@ TEST_F(CityDatabase, AnUnopenableLogOrALockedFileFailsWithTheReasonWhileReadersG
 	db->insert(299, "Tokyo", false);
 	EXPECT_EQ(SQLITE_OK, db->lastError());
 	db->finalize();
+	// The write-ahead log stays beside the closed database, empty: the next program to open it
+	// creates nothing, and no page of the log outlives the close to stand in for the file's.
+	struct stat log;
+	ASSERT_EQ(0, stat((dbPath() + "-wal").c_str(), &log));
+	EXPECT_EQ(0, log.st_size);
 	// An unopenable write-ahead log reads as a failure, not as an empty list. Root ignores file
 	// modes: send the log into a directory that does not exist.
+	ASSERT_EQ(0, unlink((dbPath() + "-wal").c_str()));
 	ASSERT_EQ(0, symlink("/nonexistent-zon-host-dir/wal", (dbPath() + "-wal").c_str()));
 
 	db->initialize();
