@@ -36,6 +36,8 @@
 
 #include <benchmark/benchmark.h>
 #include <unicode/alphaindex.h>
+#include <unicode/calendar.h>
+#include <unicode/datefmt.h>
 #include <unicode/ucal.h>
 #include <unicode/udat.h>
 #include <unicode/udatpg.h>
@@ -86,6 +88,11 @@ public:
 		u_uastrcpy(zoneText, zone);
 		_format = udat_open(UDAT_PATTERN, UDAT_PATTERN, kLocale, zoneText, -1, pattern, -1, &status);
 		_ok = U_SUCCESS(status);
+		// Written from a calendar kept beside it, as the library does (udat_format() would copy
+		// the formatter's calendar and zone for every text).
+		if (_ok)
+			_calendar.reset(formatter()->getCalendar()->clone());
+		_ok = _ok && _calendar;
 	}
 	~ReusedFormatter() { udat_close(_format); }
 	ReusedFormatter(const ReusedFormatter&) = delete;
@@ -96,12 +103,20 @@ public:
 	{
 		UErrorCode status = U_ZERO_ERROR;
 		UChar text[64];
-		return utf8(text, udat_format(_format, when, text, 64, nullptr, &status), status);
+		icu::UnicodeString written;
+		written.setTo(text, 0, 64);
+		icu::FieldPosition position;
+		_calendar->setTime(when, status);
+		formatter()->format(*_calendar, written, position);
+		return utf8(text, written.extract(text, 64, status), status);
 	}
 	std::string now() const { return at(ucal_getNow()); }
 
 private:
+	icu::DateFormat* formatter() const { return reinterpret_cast<icu::DateFormat*>(_format); }
+
 	UDateFormat* _format = nullptr;
+	std::unique_ptr<icu::Calendar> _calendar;
 	bool _ok = false;
 };
 

@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include <unicode/calendar.h>
 #include <unicode/datefmt.h>
 #include <unicode/timezone.h>
 #include <unicode/tzfmt.h>
@@ -103,16 +104,21 @@ void appendText(std::string& key, const UChar* text, int32_t length)
 }
 
 // A formatter and the zone it was last given (the zone's key), so that a formatter asked again for
-// the same zone is not given a copy of it again.
+// the same zone is not given a copy of it again; and a copy of its calendar, made at its first
+// text, that the formatter writes from (see formatDate()).
 struct KeptFormat {
 	DateFormat format;
 	std::string zoneKey;
+	std::unique_ptr<icu::Calendar> calendar;
 };
 
 struct State {
 	// Key buffers, reused so that a lookup allocates nothing.
 	std::string key;
 	std::string zoneKey;
+
+	// The formatter getDateFormat() handed out last, which formatDate() is given next.
+	KeptFormat* lastFormat = nullptr;
 
 	// What every entry was made under; see the header.
 	std::string defaultLocale;
@@ -131,6 +137,7 @@ struct State {
 
 	void clear()
 	{
+		lastFormat = nullptr;
 		generators.clear();
 		patterns.clear();
 		dateFormats.clear();
@@ -276,6 +283,7 @@ UDateFormat* ZonIcuCache::getDateFormat(const char* locale, const UChar* pattern
 {
 	State& s = current();
 	*status = U_ZERO_ERROR;
+	s.lastFormat = nullptr;   // a formatter made below may push it out
 	std::string& formatKey = s.key;
 	formatKey.clear();
 	keyLocale(s, formatKey, locale);
@@ -291,14 +299,50 @@ UDateFormat* ZonIcuCache::getDateFormat(const char* locale, const UChar* pattern
 	std::string& zoneKey = s.zoneKey;
 	zoneKey.clear();
 	appendText(zoneKey, zone, u_strlen(zone));
-	if (kept->zoneKey == zoneKey)
-		return kept->format.get();
-	const icu::TimeZone* keptZone = zoneFor(s, zoneKey, zone, status);
-	if (!keptZone)
-		return nullptr;
-	reinterpret_cast<icu::DateFormat*>(kept->format.get())->setTimeZone(*keptZone);
-	kept->zoneKey = zoneKey;
+	if (kept->zoneKey != zoneKey) {
+		const icu::TimeZone* keptZone = zoneFor(s, zoneKey, zone, status);
+		if (!keptZone)
+			return nullptr;
+		reinterpret_cast<icu::DateFormat*>(kept->format.get())->setTimeZone(*keptZone);
+		if (kept->calendar)
+			kept->calendar->setTimeZone(*keptZone);
+		kept->zoneKey = zoneKey;
+	}
+	s.lastFormat = kept;
 	return kept->format.get();
+}
+
+int32_t ZonIcuCache::formatDate(UDateFormat* format, UDate when, UChar* out, int32_t capacity, UErrorCode* status)
+{
+	// Not current(): the formatter was handed out under the state as it is.
+	KeptFormat* kept = state().lastFormat;
+	if (!kept || kept->format.get() != format)
+		return udat_format(format, when, out, capacity, nullptr, status);
+	if (U_FAILURE(*status))
+		return -1;
+	if (out == nullptr ? capacity != 0 : capacity < 0) {
+		*status = U_ILLEGAL_ARGUMENT_ERROR;
+		return -1;
+	}
+	// udat_format() has the formatter write from a copy of its calendar (and of the calendar's
+	// zone) set to the instant, made and destroyed for every text. A copy kept with the formatter,
+	// given the same zone whenever the formatter is, is set to the instant instead: the fields the
+	// formatter reads from it are the same, and so is the text.
+	auto* formatter = reinterpret_cast<icu::DateFormat*>(format);
+	if (!kept->calendar) {
+		kept->calendar.reset(formatter->getCalendar()->clone());
+		if (!kept->calendar)
+			return udat_format(format, when, out, capacity, nullptr, status);
+	}
+	icu::UnicodeString text;
+	if (out)
+		text.setTo(out, 0, capacity);
+	icu::FieldPosition position;
+	UErrorCode timeStatus = U_ZERO_ERROR;
+	kept->calendar->setTime(when, timeStatus);
+	if (U_SUCCESS(timeStatus))
+		formatter->format(*kept->calendar, text, position);
+	return text.extract(out, capacity, *status);
 }
 
 int32_t ZonIcuCache::formatShortGmt(const char* locale, const UChar* zone, UDate when, UChar* out, int32_t capacity,

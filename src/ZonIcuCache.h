@@ -70,6 +70,10 @@ public:
 	// formatter of (locale, pattern), given `zone` for this use. `zone` and `pattern` are
 	// terminated and not null. Null, with *status the failure, when ICU cannot make it.
 	static UDateFormat* getDateFormat(const char* locale, const UChar* pattern, const UChar* zone, UErrorCode* status);
+	// udat_format(format, when, out, capacity, nullptr, status): the same length, text and status,
+	// for the formatter getDateFormat() returned last without copying its calendar and zone for
+	// each text, as udat_format() does; any other formatter is passed to udat_format().
+	static int32_t formatDate(UDateFormat* format, UDate when, UChar* out, int32_t capacity, UErrorCode* status);
 
 	// What a formatter of the pattern "O" alone (getDateFormat(locale, u"O", zone)) writes for
 	// `when` into a buffer of `capacity` units: its length (more than `capacity` when it does not

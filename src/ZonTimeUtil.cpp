@@ -131,7 +131,7 @@ std::string formatNow(const char* locale, const UChar* pattern, const char* time
 
 	UChar formatted[64] = {0};
 	status = U_ZERO_ERROR;
-	int32_t length = udat_format(format, ucal_getNow(), formatted, 64, nullptr, &status);
+	int32_t length = ZonIcuCache::formatDate(format, ucal_getNow(), formatted, 64, &status);
 	if (U_FAILURE(status))
 		length = 0;
 	return toUtf8(formatted, length, 64);
@@ -819,7 +819,7 @@ bool ZonTimeUtil::_getFormattedDateString(time_t t, const char* locale, const ch
 
 	UChar formatted[64] = {0};
 	status = U_ZERO_ERROR;
-	int32_t length = udat_format(format, t * 1000.0, formatted, 64, nullptr, &status);
+	int32_t length = ZonIcuCache::formatDate(format, t * 1000.0, formatted, 64, &status);
 	ret = i18nResult(status);
 	if (ret != I18N_ERROR_NONE) {
 		WERROR("Get i18n_udate_format_date error [%d]", ret);

@@ -273,3 +273,30 @@ TEST_F(TimeTextCache, ShortGmtIsTheFormattersTextInEveryLocale)
 	EXPECT_EQ(0, differences);
 	EXPECT_LE(ZonIcuCache::counts().zoneFormats, ZonIcuCache::kMaxZoneFormats);
 }
+
+// The kept formatters write from a calendar kept with them: for zones moved between, instants
+// either side of a change, and buffers too short, the text, length and status are udat_format()'s.
+TEST_F(TimeTextCache, FormattersWriteFromTheirKeptCalendarAsUdatFormatDoes)
+{
+	const UChar kPattern[] = u"EEE, MMM d h:mm a zzzz";
+	for (const char* locale : {"en_US", "ar_AE", "fa_IR", "ja_JP"}) {
+		for (const char* zoneId : {"Europe/London", "Asia/Kathmandu", "America/St_Johns", "Europe/London"}) {
+			UChar zone[64] = {0};
+			u_uastrcpy(zone, zoneId);
+			for (UDate when : {kBeforeEuropeChange * 1000.0, kAfterEuropeChange * 1000.0, kNorthernSummer * 1000.0}) {
+				for (int32_t capacity : {64, 5}) {
+					UErrorCode status = U_ZERO_ERROR;
+					UDateFormat* format = ZonIcuCache::getDateFormat(locale, kPattern, zone, &status);
+					ASSERT_TRUE(format && U_SUCCESS(status)) << locale;
+					UChar expected[64] = {0}, kept[64] = {0};
+					UErrorCode expectedStatus = U_ZERO_ERROR, keptStatus = U_ZERO_ERROR;
+					int32_t expectedLength = udat_format(format, when, expected, capacity, nullptr, &expectedStatus);
+					int32_t length = ZonIcuCache::formatDate(format, when, kept, capacity, &keptStatus);
+					EXPECT_EQ(expectedLength, length) << locale << " " << zoneId;
+					EXPECT_EQ(expectedStatus, keptStatus) << locale << " " << zoneId;
+					EXPECT_EQ(0, u_memcmp(expected, kept, 64)) << locale << " " << zoneId;
+				}
+			}
+		}
+	}
+}

@@ -162,39 +162,11 @@ bool isFirstRunNotice(const std::string &message)
 	return message.find("vconf_get_") != std::string::npos && vconf_get_ext_errno() == VCONF_ERROR_FILE_NO_ENT;
 }
 
-// ZON_HOST_LOG as getenv() gives it, scanning the environment again only when it may have
-// changed: the library logs a line per row of a city list, and getenv() walks the whole
-// environment each time. glibc's setenv() and unsetenv() never write into an entry's text: they
-// replace entry pointers, move entries down, or put a new entry where the terminating null was;
-// so the same array with the same entry where the variable was (or, when it was absent, the same
-// last entry and still a null after it) means the same answer. Per thread, as getenv() needs no
-// lock.
+// ZON_HOST_LOG: the library logs a line per row of a city list.
 const char *logFileSetting()
 {
-	static const char kName[] = "ZON_HOST_LOG=";
-	thread_local char **scanned = nullptr;
-	thread_local size_t at = 0;            // the variable's entry, or the terminating null
-	thread_local const char *mark = nullptr;   // environ[at] when found, else environ[at - 1]
-	thread_local const char *value = nullptr;
-	if (environ && environ == scanned) {
-		if (value ? environ[at] == mark : !environ[at] && (at == 0 || environ[at - 1] == mark))
-			return value;
-	}
-	scanned = environ;
-	value = nullptr;
-	at = 0;
-	mark = nullptr;
-	if (!environ)
-		return nullptr;
-	for (; environ[at]; ++at) {
-		if (strncmp(environ[at], kName, sizeof kName - 1) == 0) {
-			mark = environ[at];
-			value = mark + sizeof kName - 1;
-			return value;
-		}
-	}
-	mark = at ? environ[at - 1] : nullptr;
-	return nullptr;
+	thread_local EnvVariable logFile("ZON_HOST_LOG");
+	return logFile.get();
 }
 
 void emit(int prio, const char *tag, const std::string &message)

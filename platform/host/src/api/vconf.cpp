@@ -73,21 +73,26 @@ KeyStore *loadStore()
 	return g_store.load(path, header, false, true);
 }
 
-// "de_DE.UTF-8" out of the first non-empty variable; the device only knows UTF-8 locales.
-std::string desktopLocale(std::initializer_list<const char *> variables)
+// "de_DE.UTF-8" out of the first non-empty variable; the device only knows UTF-8 locales. A
+// fresh device reads its region this way for every text.
+std::string desktopLocale(std::initializer_list<EnvVariable *> variables)
 {
-	std::string value;
-	for (const char *name : variables) {
-		const char *v = getenv(name);
+	const char *chosen = "";
+	for (EnvVariable *variable : variables) {
+		const char *v = variable->get();
 		if (v && *v) {
-			value = v;
+			chosen = v;
 			break;
 		}
 	}
+	thread_local std::string lastChosen, lastLocale;
+	if (!lastLocale.empty() && lastChosen == chosen)
+		return lastLocale;
+	std::string value(chosen);
 	value = value.substr(0, value.find_first_of(".@"));
-	if (value.empty() || value == "C" || value == "POSIX")
-		return "en_US.UTF-8";
-	return value + ".UTF-8";
+	lastChosen = chosen;
+	lastLocale = value.empty() || value == "C" || value == "POSIX" ? "en_US.UTF-8" : value + ".UTF-8";
+	return lastLocale;
 }
 
 std::string deviceTimeZone()
@@ -154,6 +159,7 @@ bool regionPrefers24Hour(const std::string &region)
 
 bool defaultValue(KeyStore &store, const char *key, Value *out)
 {
+	thread_local EnvVariable lcAll("LC_ALL"), lcTime("LC_TIME"), lcMessages("LC_MESSAGES"), lang("LANG");
 	if (strcmp(key, VCONFKEY_REGIONFORMAT_TIME1224) == 0) {
 		// A device is set up with its region's clock; the host's follows the region until set.
 		Value region;
@@ -161,9 +167,9 @@ bool defaultValue(KeyStore &store, const char *key, Value *out)
 			defaultValue(store, VCONFKEY_REGIONFORMAT, &region);
 		*out = Value::ofInt(regionPrefers24Hour(region.s) ? VCONFKEY_TIME_FORMAT_24 : VCONFKEY_TIME_FORMAT_12);
 	} else if (strcmp(key, VCONFKEY_REGIONFORMAT) == 0)
-		*out = Value::ofString(desktopLocale({"LC_ALL", "LC_TIME", "LANG"}).c_str());
+		*out = Value::ofString(desktopLocale({&lcAll, &lcTime, &lang}).c_str());
 	else if (strcmp(key, VCONFKEY_LANGSET) == 0)
-		*out = Value::ofString(desktopLocale({"LC_ALL", "LC_MESSAGES", "LANG"}).c_str());
+		*out = Value::ofString(desktopLocale({&lcAll, &lcMessages, &lang}).c_str());
 	else if (strcmp(key, VCONFKEY_SETAPPL_TIMEZONE_ID) == 0)
 		*out = Value::ofString(deviceTimeZone().c_str());
 	else

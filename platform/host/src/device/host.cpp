@@ -145,6 +145,29 @@ FaultPointNames &faultPoints()
 
 } // namespace
 
+const char *EnvVariable::get()
+{
+	if (environ && environ == _scanned) {
+		if (_value ? environ[_at] == _mark : !environ[_at] && (_at == 0 || environ[_at - 1] == _mark))
+			return _value;
+	}
+	_scanned = environ;
+	_value = nullptr;
+	_at = 0;
+	_mark = nullptr;
+	if (!environ)
+		return nullptr;
+	for (; environ[_at]; ++_at) {
+		if (strncmp(environ[_at], _name, _length) == 0 && environ[_at][_length] == '=') {
+			_mark = environ[_at];
+			_value = _mark + _length + 1;
+			return _value;
+		}
+	}
+	_mark = _at ? environ[_at - 1] : nullptr;
+	return nullptr;
+}
+
 // "Europe/Berlin" out of "/usr/share/zoneinfo/Europe/Berlin" or a relative "../zoneinfo/...".
 std::string zoneFromPath(const std::string &path)
 {

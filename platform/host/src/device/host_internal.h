@@ -5,6 +5,7 @@
 #define ZON_HOST_INTERNAL_H
 
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <initializer_list>
 #include <map>
@@ -66,6 +67,30 @@ extern std::size_t g_armedFaults;
 // True, with *error set, when this call of the platform function `function` must fail (an
 // injected fault); counts the call.
 bool faultCheck(const char *function, int *error);
+
+// ---- the environment (host.cpp) ----
+
+// One environment variable as getenv() gives it, scanning the environment again only when it may
+// have changed: the library reads settings and logs on its hot paths, and getenv() compares the
+// name with every variable each time. glibc's setenv(), unsetenv() and putenv() never write into
+// an entry's text: they replace entry pointers, move entries down, or put a new entry where the
+// terminating null was; so the same array with the same entry where the variable was (or, when it
+// was absent, the same last entry and still a null after it) means the same answer. Keep one per
+// thread (thread_local), as getenv() needs no lock.
+class EnvVariable {
+public:
+	explicit EnvVariable(const char *name) : _name(name), _length(strlen(name)) {}
+	// getenv(name).
+	const char *get();
+
+private:
+	const char *_name;
+	size_t _length;
+	char **_scanned = nullptr;
+	size_t _at = 0;               // the variable's entry, or the terminating null
+	const char *_mark = nullptr;  // environ[_at] when found, else environ[_at - 1]
+	const char *_value = nullptr;
+};
 
 // ---- device root and application directories (host.cpp) ----
 
