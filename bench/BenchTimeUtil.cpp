@@ -30,6 +30,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -88,11 +89,6 @@ public:
 		u_uastrcpy(zoneText, zone);
 		_format = udat_open(UDAT_PATTERN, UDAT_PATTERN, kLocale, zoneText, -1, pattern, -1, &status);
 		_ok = U_SUCCESS(status);
-		// Written from a calendar kept beside it, as the library does (udat_format() would copy
-		// the formatter's calendar and zone for every text).
-		if (_ok)
-			_calendar.reset(formatter()->getCalendar()->clone());
-		_ok = _ok && _calendar;
 	}
 	~ReusedFormatter() { udat_close(_format); }
 	ReusedFormatter(const ReusedFormatter&) = delete;
@@ -105,9 +101,12 @@ public:
 		UChar text[64];
 		icu::UnicodeString written;
 		written.setTo(text, 0, 64);
+		// Written from the formatter's own calendar, as the library does (udat_format() would copy
+		// the calendar and its zone for every text).
 		icu::FieldPosition position;
-		_calendar->setTime(when, status);
-		formatter()->format(*_calendar, written, position);
+		auto* calendar = const_cast<icu::Calendar*>(formatter()->getCalendar());
+		calendar->setTime(when, status);
+		formatter()->format(*calendar, written, position);
 		return utf8(text, written.extract(text, 64, status), status);
 	}
 	std::string now() const { return at(ucal_getNow()); }
@@ -116,7 +115,6 @@ private:
 	icu::DateFormat* formatter() const { return reinterpret_cast<icu::DateFormat*>(_format); }
 
 	UDateFormat* _format = nullptr;
-	std::unique_ptr<icu::Calendar> _calendar;
 	bool _ok = false;
 };
 
@@ -274,24 +272,27 @@ void readRegionFormat()
 // (hours-only and hours-and-minutes are the cases of these cities); with `readSettings`, also the
 // settings reads the library makes: the region format for each of the four texts and for each of
 // the two numbers, the 24-hour clock for the time.
-void refreshFourCitiesFloor(benchmark::State& state, bool readSettings)
-{
-	std::vector<std::unique_ptr<ReusedFormatter>> formats;
-	for (const char* city : kCities) {
-		for (const char* skeleton : {"hh:mm", "EEEMMMd", "O"})
-			formats.emplace_back(new ReusedFormatter(skeleton, city));
+class FloorRefresh {
+public:
+	explicit FloorRefresh(bool readSettings) : _readSettings(readSettings)
+	{
+		for (const char* city : kCities) {
+			for (const char* skeleton : {"hh:mm", "EEEMMMd", "O"})
+				_formats.emplace_back(new ReusedFormatter(skeleton, city));
+		}
 	}
-	ReusedDigits digits;
-	for (auto _ : state) {
+
+	void once()
+	{
 		for (size_t c = 0; c < 4; ++c) {
-			if (readSettings) {
+			if (_readSettings) {
 				for (int i = 0; i < 5; ++i)
 					readRegionFormat();
 				bool is24 = false;
 				system_settings_get_value_bool(SYSTEM_SETTINGS_KEY_LOCALE_TIMEFORMAT_24HOUR, &is24);
 			}
 			for (size_t f = 0; f < 3; ++f)
-				benchmark::DoNotOptimize(formats[c * 3 + f]->now());
+				benchmark::DoNotOptimize(_formats[c * 3 + f]->now());
 
 			int gmt = static_cast<int>(ZonTimeUtil::getGmtOffset(kCities[c]) * 100.0);
 			int hours = abs(gmt / 100);
@@ -301,12 +302,59 @@ void refreshFourCitiesFloor(benchmark::State& state, bool readSettings)
 			for (auto mark : {std::make_pair("%1$d", hours), {"%2$d", minutes}, {"%d", hours}}) {
 				size_t at = text.find(mark.first);
 				if (at != std::string::npos)
-					text.replace(at, strlen(mark.first), digits.of(mark.second));
+					text.replace(at, strlen(mark.first), _digits.of(mark.second));
 			}
 			benchmark::DoNotOptimize(text);
 		}
 	}
+
+private:
+	bool _readSettings;
+	std::vector<std::unique_ptr<ReusedFormatter>> _formats;
+	ReusedDigits _digits;
+};
+
+void refreshFourCitiesFloor(benchmark::State& state, bool readSettings)
+{
+	FloorRefresh floor(readSettings);
+	for (auto _ : state)
+		floor.once();
 	state.SetItemsProcessed(state.iterations() * 4);
+}
+
+double threadSeconds()
+{
+	struct timespec now;
+	clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+	return now.tv_sec + now.tv_nsec / 1e9;
+}
+
+// The library's refresh and the floor's in turns, so that both see the same machine (a shared
+// virtual machine drifts by tens of percent between benchmarks run one after the other): the
+// iteration time is the library's; "floor_us" and "ratio" are the medians of the floor's time and
+// of each pair's ratio.
+void refreshOverFloorInTurns(benchmark::State& state)
+{
+	FloorRefresh floor(false);
+	refreshOnce<ZonTimeUtil>();
+	floor.once();
+	std::vector<double> floors, ratios;
+	for (auto _ : state) {
+		double start = threadSeconds();
+		refreshOnce<ZonTimeUtil>();
+		double between = threadSeconds();
+		floor.once();
+		double end = threadSeconds();
+		floors.push_back(end - between);
+		ratios.push_back((between - start) / (end - between));
+		state.SetIterationTime(between - start);
+	}
+	auto median = [](std::vector<double> values) {
+		std::sort(values.begin(), values.end());
+		return values.empty() ? 0.0 : values[values.size() / 2];
+	};
+	state.counters["floor_us"] = median(floors) * 1e6;
+	state.counters["ratio"] = median(ratios);
 }
 
 // ---- the first refresh of a new process ----
@@ -423,6 +471,11 @@ void registerAll()
 	registerText("refresh four cities", refreshFourCities<ZonTimeUtil>, refreshFourCities<LiteralTimeUtil>);
 	benchmark::RegisterBenchmark("refresh four cities/floor", refreshFourCitiesFloor, false);
 	benchmark::RegisterBenchmark("refresh four cities/floor+settings", refreshFourCitiesFloor, true);
+	benchmark::RegisterBenchmark("refresh four cities/library over floor in turns", refreshOverFloorInTurns)
+		->UseManualTime()
+		->Iterations(2000)
+		->Repetitions(3)
+		->ReportAggregatesOnly();
 	for (const char* which : {"library", "literal"}) {
 		benchmark::RegisterBenchmark((std::string("first refresh in a new process/") + which).c_str(), firstRefresh,
 			which)

@@ -104,21 +104,16 @@ void appendText(std::string& key, const UChar* text, int32_t length)
 }
 
 // A formatter and the zone it was last given (the zone's key), so that a formatter asked again for
-// the same zone is not given a copy of it again; and a copy of its calendar, made at its first
-// text, that the formatter writes from (see formatDate()).
+// the same zone is not given a copy of it again.
 struct KeptFormat {
 	DateFormat format;
 	std::string zoneKey;
-	std::unique_ptr<icu::Calendar> calendar;
 };
 
 struct State {
 	// Key buffers, reused so that a lookup allocates nothing.
 	std::string key;
 	std::string zoneKey;
-
-	// The formatter getDateFormat() handed out last, which formatDate() is given next.
-	KeptFormat* lastFormat = nullptr;
 
 	// What every entry was made under; see the header.
 	std::string defaultLocale;
@@ -137,7 +132,6 @@ struct State {
 
 	void clear()
 	{
-		lastFormat = nullptr;
 		generators.clear();
 		patterns.clear();
 		dateFormats.clear();
@@ -283,7 +277,6 @@ UDateFormat* ZonIcuCache::getDateFormat(const char* locale, const UChar* pattern
 {
 	State& s = current();
 	*status = U_ZERO_ERROR;
-	s.lastFormat = nullptr;   // a formatter made below may push it out
 	std::string& formatKey = s.key;
 	formatKey.clear();
 	keyLocale(s, formatKey, locale);
@@ -299,25 +292,18 @@ UDateFormat* ZonIcuCache::getDateFormat(const char* locale, const UChar* pattern
 	std::string& zoneKey = s.zoneKey;
 	zoneKey.clear();
 	appendText(zoneKey, zone, u_strlen(zone));
-	if (kept->zoneKey != zoneKey) {
-		const icu::TimeZone* keptZone = zoneFor(s, zoneKey, zone, status);
-		if (!keptZone)
-			return nullptr;
-		reinterpret_cast<icu::DateFormat*>(kept->format.get())->setTimeZone(*keptZone);
-		if (kept->calendar)
-			kept->calendar->setTimeZone(*keptZone);
-		kept->zoneKey = zoneKey;
-	}
-	s.lastFormat = kept;
+	if (kept->zoneKey == zoneKey)
+		return kept->format.get();
+	const icu::TimeZone* keptZone = zoneFor(s, zoneKey, zone, status);
+	if (!keptZone)
+		return nullptr;
+	reinterpret_cast<icu::DateFormat*>(kept->format.get())->setTimeZone(*keptZone);
+	kept->zoneKey = zoneKey;
 	return kept->format.get();
 }
 
 int32_t ZonIcuCache::formatDate(UDateFormat* format, UDate when, UChar* out, int32_t capacity, UErrorCode* status)
 {
-	// Not current(): the formatter was handed out under the state as it is.
-	KeptFormat* kept = state().lastFormat;
-	if (!kept || kept->format.get() != format)
-		return udat_format(format, when, out, capacity, nullptr, status);
 	if (U_FAILURE(*status))
 		return -1;
 	if (out == nullptr ? capacity != 0 : capacity < 0) {
@@ -325,23 +311,21 @@ int32_t ZonIcuCache::formatDate(UDateFormat* format, UDate when, UChar* out, int
 		return -1;
 	}
 	// udat_format() has the formatter write from a copy of its calendar (and of the calendar's
-	// zone) set to the instant, made and destroyed for every text. A copy kept with the formatter,
-	// given the same zone whenever the formatter is, is set to the instant instead: the fields the
-	// formatter reads from it are the same, and so is the text.
+	// zone) set to the instant, made and destroyed for every text. The formatter's own calendar,
+	// set to the instant, gives it the same fields and zone: nothing else reads that calendar's
+	// time (every text of udat_format() starts from a copy set anew, and a parse clears it first).
 	auto* formatter = reinterpret_cast<icu::DateFormat*>(format);
-	if (!kept->calendar) {
-		kept->calendar.reset(formatter->getCalendar()->clone());
-		if (!kept->calendar)
-			return udat_format(format, when, out, capacity, nullptr, status);
-	}
+	auto* calendar = const_cast<icu::Calendar*>(formatter->getCalendar());
+	if (!calendar)
+		return udat_format(format, when, out, capacity, nullptr, status);
 	icu::UnicodeString text;
 	if (out)
 		text.setTo(out, 0, capacity);
 	icu::FieldPosition position;
 	UErrorCode timeStatus = U_ZERO_ERROR;
-	kept->calendar->setTime(when, timeStatus);
+	calendar->setTime(when, timeStatus);
 	if (U_SUCCESS(timeStatus))
-		formatter->format(*kept->calendar, text, position);
+		formatter->format(*calendar, text, position);
 	return text.extract(out, capacity, *status);
 }
 

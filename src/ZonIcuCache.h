@@ -71,8 +71,8 @@ public:
 	// terminated and not null. Null, with *status the failure, when ICU cannot make it.
 	static UDateFormat* getDateFormat(const char* locale, const UChar* pattern, const UChar* zone, UErrorCode* status);
 	// udat_format(format, when, out, capacity, nullptr, status): the same length, text and status,
-	// for the formatter getDateFormat() returned last without copying its calendar and zone for
-	// each text, as udat_format() does; any other formatter is passed to udat_format().
+	// without the copy of the formatter's calendar and zone that udat_format() makes for each text.
+	// Sets the time of the formatter's calendar (which only parsing would read).
 	static int32_t formatDate(UDateFormat* format, UDate when, UChar* out, int32_t capacity, UErrorCode* status);
 
 	// What a formatter of the pattern "O" alone (getDateFormat(locale, u"O", zone)) writes for

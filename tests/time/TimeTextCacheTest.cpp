@@ -274,9 +274,10 @@ TEST_F(TimeTextCache, ShortGmtIsTheFormattersTextInEveryLocale)
 	EXPECT_LE(ZonIcuCache::counts().zoneFormats, ZonIcuCache::kMaxZoneFormats);
 }
 
-// The kept formatters write from a calendar kept with them: for zones moved between, instants
-// either side of a change, and buffers too short, the text, length and status are udat_format()'s.
-TEST_F(TimeTextCache, FormattersWriteFromTheirKeptCalendarAsUdatFormatDoes)
+// The kept formatters write from their own calendar, set to the instant, instead of a copy of it:
+// for zones moved between, instants either side of a change, and buffers too short, the text,
+// length and status are udat_format()'s.
+TEST_F(TimeTextCache, FormattersWriteFromTheirOwnCalendarAsUdatFormatDoes)
 {
 	const UChar kPattern[] = u"EEE, MMM d h:mm a zzzz";
 	for (const char* locale : {"en_US", "ar_AE", "fa_IR", "ja_JP"}) {
