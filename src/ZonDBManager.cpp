@@ -210,15 +210,15 @@ void ZonDBManager::initialize()
 			// One fsync per transaction instead of four, and readers that never wait for a
 			// writer. Both fail harmlessly on a file that is not a database; the creation
 			// statement below then logs it.
+			sqlite3_exec(_dbHandler, "PRAGMA journal_mode=WAL;", nullptr, nullptr, nullptr);
+			sqlite3_exec(_dbHandler, "PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
 			// The log and its index stay beside the database when the last connection closes
 			// (every program that shows a list would otherwise create and delete both files),
 			// the log emptied once checkpointed: nothing of it outlives a close to stand in for
-			// pages of the database file.
+			// pages of the database file. Both are read when the connection closes.
 			int keepLog = 1;
 			sqlite3_file_control(_dbHandler, "main", SQLITE_FCNTL_PERSIST_WAL, &keepLog);
 			sqlite3_exec(_dbHandler, "PRAGMA journal_size_limit=0;", nullptr, nullptr, nullptr);
-			sqlite3_exec(_dbHandler, "PRAGMA journal_mode=WAL;", nullptr, nullptr, nullptr);
-			sqlite3_exec(_dbHandler, "PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
 		}
 	} else {
 		// Opening a bare "zonvista.db" would put the list in whatever the working directory is.
