@@ -108,31 +108,26 @@ std::string formatNow(const char* locale, const UChar* pattern, const char* time
 	UChar zone[256];
 	toUChars(timezone, zone, 256);
 
-	// The GMT texts' pattern is the one field "O": written as a formatter would, without one.
-	if (pattern[0] == 'O' && pattern[1] == 0) {
-		UChar formatted[64] = {0};
-		UErrorCode status = U_ZERO_ERROR;
-		int32_t length = ZonIcuCache::formatShortGmt(locale, zone, ucal_getNow(), formatted, 64, &status);
-		int ret = i18nResult(status);
-		if (assertCreated && length < 0)
-			WASSERT(ret == I18N_ERROR_NONE);
-		if (length < 0 || U_FAILURE(status))
-			return std::string();
-		return toUtf8(formatted, length, 64);
-	}
-
-	UErrorCode status = U_ZERO_ERROR;
-	UDateFormat* format = ZonIcuCache::getDateFormat(locale, pattern, zone, &status);
-	int ret = i18nResult(status);
-	if (assertCreated)
-		WASSERT(ret == I18N_ERROR_NONE);
-	if (ret != I18N_ERROR_NONE || !format)
-		return std::string();
-
 	UChar formatted[64] = {0};
-	status = U_ZERO_ERROR;
-	int32_t length = ZonIcuCache::formatDate(format, ucal_getNow(), formatted, 64, &status);
-	if (U_FAILURE(status))
+	UErrorCode status = U_ZERO_ERROR;
+	int32_t length = 0;
+	if (pattern[0] == 'O' && pattern[1] == 0) {
+		// The GMT texts' pattern is the one field "O": written as a formatter would, without one.
+		length = ZonIcuCache::formatShortGmt(locale, zone, ucal_getNow(), formatted, 64, &status);
+		if (assertCreated && length < 0)
+			WASSERT(i18nResult(status) == I18N_ERROR_NONE);
+	} else {
+		UDateFormat* format = ZonIcuCache::getDateFormat(locale, pattern, zone, &status);
+		int ret = i18nResult(status);
+		if (assertCreated)
+			WASSERT(ret == I18N_ERROR_NONE);
+		if (ret != I18N_ERROR_NONE || !format)
+			return std::string();
+		status = U_ZERO_ERROR;
+		length = ZonIcuCache::formatDate(format, ucal_getNow(), formatted, 64, &status);
+	}
+	// A text that could not be made or does not fit is empty.
+	if (U_FAILURE(status) || length < 0)
 		length = 0;
 	return toUtf8(formatted, length, 64);
 }
